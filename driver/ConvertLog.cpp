@@ -1,0 +1,317 @@
+#include "driver/ConvertLog.h"
+
+#include <cstdint>
+#include <cstring>
+
+#include "driver/RunStats.h"
+#include "gnsstime/GpsTime.h"
+#include "logio/BinaryMessages.h"
+#include "logio/ByteReader.h"
+#include "logio/FrameReader.h"
+#include "platform/Trace.h"
+
+std::FILE* g_pObsFile = nullptr;
+std::FILE* g_pGpsNavFile = nullptr;
+std::FILE* g_pGlonassNavFile = nullptr;
+std::FILE* g_pBeidouNavFile = nullptr;
+
+namespace
+{
+// The input is read in blocks into this one buffer, reused for the whole run;
+// frames are consumed in place.
+constexpr uint32_t kReadBlockSize = 16384;
+uint8_t s_aReadBlock[kReadBlockSize];
+
+// Progress is shown whenever the message count rests on a multiple of this.
+constexpr uint32_t kProgressStep = 100;
+
+// A sentence is handled only when it fits this buffer with its terminator.
+constexpr uint32_t kSentenceBufferSize = 200;
+
+// Site frames of this class carry the marker events.
+constexpr uint8_t kSiteClassMarker = 1;
+constexpr uint32_t kSiteNameOffset = 6;
+constexpr uint32_t kSiteNumberOffset = 26;
+constexpr uint32_t kSiteTextLength = 20;
+
+// The messages counted for the end-of-run line, in the order they are printed.
+enum ECountedMessage
+{
+    eCount96, eCount76, eCount95, eCount93, eCount94, eCount65, eCount66, eCount34,
+    eCount35, eCount36, eCount101, eCount102, eCount103, eCount104, eCount80, eCount62,
+    eCountedMessages
+};
+
+const char* const kCountFormats[eCountedMessages] = {
+    "BIN96:%lu ",  "BIN76:%lu ",  "BIN95:%lu ",  "BIN93:%lu ",  "BIN94:%lu ",  "BIN65:%lu ",
+    "BIN66:%lu ",  "BIN34:%lu ",  "BIN35:%lu ",  "BIN36:%lu ",  "BIN101:%lu ", "BIN102:%lu ",
+    "BIN103:%lu ", "BIN104:%lu ", "BIN80:%lu ",  "BIN62:%lu ",
+};
+
+struct SLoopState
+{
+    uint32_t m_uMessageCount;
+    bool m_bBin96Seen; // shuts BIN76 out for the rest of the run
+    bool m_bBin76Seen; // shuts BIN96 out for the rest of the run
+    uint32_t m_auCount[eCountedMessages];
+};
+
+template <class Msg>
+bool IsMessage(uint16_t number, uint32_t length)
+{
+    return number == Msg::kNumber && length == Msg::kFrameLength;
+}
+
+template <class Msg>
+void StoreCopy(Msg& copy, const uint8_t* frame)
+{
+    std::memcpy(copy.m_aFrame, frame, Msg::kFrameLength);
+}
+
+// The seconds of an epoch message against the log time: exact comparison of
+// the seconds of week alone, never of the week.
+bool SameSecondsAsLogTime(double seconds)
+{
+    GpsTime now;
+    GetLogTime(now);
+    return seconds == now.m_dSeconds;
+}
+
+// Tells a "$BIN" frame by number and exact length and hands it on. Returns
+// false for a frame that matches no row.
+bool DispatchBinFrame(const uint8_t* frame, uint32_t length, SLoopState& loop)
+{
+    const uint16_t number = ReadU16(frame, kBinNumberOffset);
+    SStoredMessages& stored = g_StoredMessages;
+
+    if (IsMessage<SBinaryMsg96>(number, length) && !loop.m_bBin76Seen)
+    {
+        ++loop.m_auCount[eCount96];
+        const double seconds = ReadDouble(frame, kBin96SecondsOffset);
+        if (!SameSecondsAsLogTime(seconds))
+        {
+            SetLogTime(seconds, ReadU16(frame, kBin96WeekOffset));
+            TraceMsg("SBinaryMsg96\n");
+            // The BIN96 observation decoder takes the frame here.
+        }
+        loop.m_bBin96Seen = true;
+        ++RunStats.m_uObsEpochsFound;
+    }
+    else if (IsMessage<SBinaryMsg76>(number, length) && !loop.m_bBin96Seen)
+    {
+        ++loop.m_auCount[eCount76];
+        const double seconds = ReadDouble(frame, kBin76SecondsOffset);
+        if (!SameSecondsAsLogTime(seconds))
+        {
+            SetLogTime(seconds, ReadU16(frame, kBin76WeekOffset));
+            // The BIN76 observation decoder takes the frame here.
+        }
+        loop.m_bBin76Seen = true;
+        ++RunStats.m_uObsEpochsFound;
+    }
+    else if (IsMessage<SBinaryMsg95>(number, length))
+    {
+        ++loop.m_auCount[eCount95];
+        // GPS ephemeris intake, then the GPS navigation writer's pending pass.
+        ++RunStats.m_uGpsEphFound;
+    }
+    else if (IsMessage<SBinaryMsg93>(number, length))
+    {
+        ++loop.m_auCount[eCount93];
+        // SBAS ephemeris intake, then the GPS navigation writer's pending pass.
+        ++RunStats.m_uSbasEphFound;
+    }
+    else if (IsMessage<SBinaryMsg94>(number, length))
+    {
+        ++loop.m_auCount[eCount94];
+        StoreCopy(stored.m_Bin94, frame);
+        ++RunStats.m_uIonoUtcFound;
+    }
+    else if (IsMessage<SBinaryMsg65>(number, length))
+    {
+        ++loop.m_auCount[eCount65];
+        // GLONASS ephemeris intake, then the GLONASS navigation writer's pending pass.
+        ++RunStats.m_uGlonassEphFound;
+    }
+    else if (IsMessage<SBinaryMsg66>(number, length))
+    {
+        ++loop.m_auCount[eCount66];
+        if (SameSecondsAsLogTime(ReadDouble(frame, kBin66SecondsOffset)))
+        {
+            // The GLONASS observation decoder takes the frame here.
+        }
+        ++RunStats.m_uGlonassObsFound;
+    }
+    else if (IsMessage<SBinaryMsg35>(number, length))
+    {
+        ++loop.m_auCount[eCount35];
+        // The BeiDou subframe decoder of the receiver channel at kBin35ChannelOffset,
+        // then the BeiDou navigation writer's pending pass.
+        ++RunStats.m_uBeidouEphFound;
+    }
+    else if (IsMessage<SBinaryMsg36>(number, length))
+    {
+        ++loop.m_auCount[eCount36];
+        if (SameSecondsAsLogTime(ReadDouble(frame, kBin36SecondsOffset)))
+        {
+            // The BeiDou observation decoder takes the frame here.
+        }
+        ++RunStats.m_uBeidouObsFound;
+    }
+    else if (IsMessage<SBinaryMsg34>(number, length))
+    {
+        ++loop.m_auCount[eCount34];
+        StoreCopy(stored.m_Bin34, frame);
+        // The BeiDou navigation writer's BDUT line follows the new copy.
+    }
+    else if (IsMessage<SBinaryMsg101>(number, length))
+    {
+        ++loop.m_auCount[eCount101];
+        StoreCopy(stored.m_Bin101, frame);
+    }
+    else if (IsMessage<SBinaryMsg102>(number, length))
+    {
+        ++loop.m_auCount[eCount102];
+        StoreCopy(stored.m_Bin102, frame);
+    }
+    else if (IsMessage<SBinaryMsg103>(number, length))
+    {
+        ++loop.m_auCount[eCount103];
+        StoreCopy(stored.m_Bin103, frame);
+    }
+    else if (IsMessage<SBinaryMsg104>(number, length))
+    {
+        ++loop.m_auCount[eCount104];
+        StoreCopy(stored.m_Bin104, frame);
+    }
+    else if (IsMessage<SBinaryMsg80>(number, length))
+    {
+        ++loop.m_auCount[eCount80];
+        StoreCopy(stored.m_Bin80, frame);
+    }
+    else if (IsMessage<SBinaryMsg62>(number, length))
+    {
+        ++loop.m_auCount[eCount62];
+        StoreCopy(stored.m_Bin62, frame);
+    }
+    else
+    {
+        TraceMsg("Unknown Binary Message\n");
+        return false;
+    }
+    return true;
+}
+
+// Copies a text field of a site frame into a zeroed string. Only bytes inside
+// the frame are read: a frame too short for its fields gives shorter texts.
+void CopySiteText(const uint8_t* frame, uint32_t length, uint32_t offset, char (&text)[kSiteTextLength + 1])
+{
+    std::memset(text, 0, sizeof text);
+    if (offset >= length)
+        return;
+    const uint32_t count = length - offset < kSiteTextLength ? length - offset : kSiteTextLength;
+    std::memcpy(text, frame + offset, count);
+}
+
+void DispatchSiteFrame(const uint8_t* frame, uint32_t length)
+{
+    if (frame[2] != kSiteClassMarker)
+        return;
+    char name[kSiteTextLength + 1];
+    char number[kSiteTextLength + 1];
+    switch (frame[3])
+    {
+    case 1: // a new marker begins
+    case 3: // the marker in progress is renamed
+        CopySiteText(frame, length, kSiteNameOffset, name);
+        CopySiteText(frame, length, kSiteNumberOffset, number);
+        // The observation writer's marker block takes name and number here.
+        break;
+    case 2: // the antenna starts moving
+    case 4: // the marker block is withdrawn
+        // The observation writer's moving and removal records go here.
+        break;
+    default:
+        break;
+    }
+}
+
+void DispatchSentence(const uint8_t* frame, uint32_t length)
+{
+    if (length + 1 >= kSentenceBufferSize)
+        return;
+    char line[kSentenceBufferSize];
+    std::memcpy(line, frame, length);
+    line[length] = '\0';
+    // The in-log site sentences are followed here.
+}
+
+void PrintMessageCounts(const SLoopState& loop)
+{
+    for (uint32_t i = 0; i < eCountedMessages; ++i)
+    {
+        if (loop.m_auCount[i] != 0)
+            std::fprintf(stderr, kCountFormats[i], static_cast<unsigned long>(loop.m_auCount[i]));
+    }
+    std::fputs("\n", stderr);
+}
+} // namespace
+
+void PrepareRun()
+{
+    // The navigation state, observation slots and writers are set up here
+    // from the options, in that order, as each of them comes to stand.
+    RunStats = SRunStats{};
+}
+
+void ConvertLog(std::FILE* input, std::FILE* obsFile, std::FILE* gpsNavFile,
+                std::FILE* glonassNavFile, std::FILE* beidouNavFile, std::FILE* summaryFile)
+{
+    const uint8_t enabled[kFrameKindCount] = {1, 1, 1, 1, 1};
+    CBinFrameReader reader(s_aReadBlock, kReadBlockSize, enabled);
+
+    SLoopState loop{};
+    g_pObsFile = obsFile;
+    g_pGpsNavFile = gpsNavFile;
+    g_pGlonassNavFile = glonassNavFile;
+    g_pBeidouNavFile = beidouNavFile;
+
+    PrepareRun();
+
+    // A failed read ends the pass like the end of the file.
+    while (!std::feof(input) && !std::ferror(input))
+    {
+        reader.Fill(input);
+        const uint8_t* frame = nullptr;
+        uint32_t length = 0;
+        uint32_t kind = 0;
+        while (reader.NextFrame(&frame, &length, &kind))
+        {
+            switch (kind)
+            {
+            case eFrameBin:
+                ++loop.m_uMessageCount;
+                DispatchBinFrame(frame, length, loop);
+                break;
+            case eFrameSite:
+                ++loop.m_uMessageCount;
+                DispatchSiteFrame(frame, length);
+                break;
+            case eFrameSentence:
+                DispatchSentence(frame, length);
+                break;
+            default: // RTCM 3 and packed frames are consumed whole and not looked into
+                break;
+            }
+            if (loop.m_uMessageCount % kProgressStep == 0)
+                std::fprintf(stderr, "Message Count %lu\r", static_cast<unsigned long>(loop.m_uMessageCount));
+        }
+    }
+
+    // The last pending epoch is written here by the observation writer.
+
+    PrintMessageCounts(loop);
+    if (summaryFile != nullptr)
+        WriteRunSummary(summaryFile);
+    WriteRunSummary(stderr);
+}

@@ -1,0 +1,3 @@
+#include "driver/RunOptions.h"
+
+SRunOptions RunOptions;

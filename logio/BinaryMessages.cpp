@@ -1,0 +1,3 @@
+#include "logio/BinaryMessages.h"
+
+SStoredMessages g_StoredMessages{};

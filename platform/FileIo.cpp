@@ -1,0 +1,26 @@
+#include "platform/FileIo.h"
+
+#include <sys/types.h>
+#include <unistd.h>
+
+static_assert(sizeof(off_t) >= 8, "file offsets must be 64-bit");
+
+StreamPos GetStreamPos(std::FILE* stream)
+{
+    return static_cast<StreamPos>(ftello(stream));
+}
+
+void SetStreamPos(std::FILE* stream, StreamPos pos)
+{
+    fseeko(stream, static_cast<off_t>(pos), SEEK_SET);
+}
+
+bool TruncateAtStreamPos(std::FILE* stream)
+{
+    if (std::fflush(stream) != 0)
+        return false;
+    const off_t at = ftello(stream);
+    if (at < 0)
+        return false;
+    return ftruncate(fileno(stream), at) == 0;
+}

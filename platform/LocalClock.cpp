@@ -1,0 +1,12 @@
+#include "platform/LocalClock.h"
+
+#include <ctime>
+
+SLocalClock GetLocalClock()
+{
+    const std::time_t now = std::time(nullptr);
+    std::tm local{};
+    localtime_r(&now, &local);
+    return SLocalClock{local.tm_year + 1900, local.tm_mon + 1, local.tm_mday,
+                       local.tm_hour,        local.tm_min,     local.tm_sec};
+}

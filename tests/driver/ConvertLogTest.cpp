@@ -1,0 +1,227 @@
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "support/ExpectedText.h"
+#include "support/ToolRun.h"
+
+namespace
+{
+// A log under construction together with what a run over it must print while
+// it goes: the progress line is due after every delivered frame while the
+// count of "$BIN" and site frames rests on a multiple of 100.
+class CScriptedLog
+{
+public:
+    // Appends bytes that deliver no frame of their own.
+    void Junk(const Bytes& bytes) { AppendBytes(m_aLog, bytes); }
+    void Junk(const std::string& text) { m_aLog.insert(m_aLog.end(), text.begin(), text.end()); }
+
+    // Appends a frame that is delivered whole.
+    void Frame(const Bytes& frame, bool counted)
+    {
+        AppendBytes(m_aLog, frame);
+        Delivered(counted);
+    }
+
+    // Records a frame delivered from bytes appended by Junk (inside a damaged frame).
+    void Delivered(bool counted)
+    {
+        if (counted)
+            ++m_uCount;
+        if (m_uCount % 100 == 0)
+            m_szProgress += "Message Count " + std::to_string(m_uCount) + "\r";
+    }
+
+    Bytes m_aLog;
+    std::string m_szProgress;
+    uint32_t m_uCount = 0;
+};
+
+// A BIN96 frame with its week and seconds set and the channels empty.
+Bytes Bin96(uint16_t week, double seconds)
+{
+    CPayloadWriter p;
+    p.U16(0).U16(week).Double(seconds).Zeros(288);
+    return MakeBinFrame(96, p.GetBytes());
+}
+
+// A BIN76 frame with its week and seconds set.
+Bytes Bin76(uint16_t week, double seconds)
+{
+    CPayloadWriter p;
+    p.Double(seconds).U16(week).Zeros(448 - 10);
+    return MakeBinFrame(76, p.GetBytes());
+}
+
+// An observation message of GLONASS (66) or BeiDou (36) for the given seconds.
+Bytes ObsForSeconds(uint16_t number, uint32_t payload, double seconds)
+{
+    CPayloadWriter p;
+    p.Double(seconds).Zeros(payload - 8);
+    return MakeBinFrame(number, p.GetBytes());
+}
+
+struct SConversion
+{
+    SToolRun m_Run;
+    std::string m_szSummaryFile;
+};
+
+SConversion Convert(const CScratchDir& dir, const Bytes& log)
+{
+    dir.WriteFile("in.log", log);
+    SConversion c;
+    c.m_Run = RunObsforgeTool({"-S:summary.txt", "in.log", "obs", "gps", "glo", "bds"}, dir.Dir());
+    c.m_szSummaryFile = dir.ReadFile("summary.txt");
+    return c;
+}
+} // namespace
+
+TEST(ConvertLog, EmptyLogPrintsBareLineEndAndZeroSummaryBothPlaces)
+{
+    CScratchDir dir;
+    const SConversion c = Convert(dir, Bytes{});
+    EXPECT_EQ(c.m_Run.m_iExitStatus, 0);
+    EXPECT_EQ(c.m_Run.m_szStderr, "\n" + SummaryText({}));
+    EXPECT_EQ(c.m_szSummaryFile, SummaryText({}));
+    EXPECT_EQ(dir.ReadFile("obs"), "");
+}
+
+TEST(ConvertLog, EveryWholeFrameOfADamagedLogIsFoundAndCounted)
+{
+    CScriptedLog log;
+    // Line ends and junk in front of everything.
+    log.Junk("\r\n\n");
+    log.Frame(MakeSentence("$GPGGA,120000.00,5130.0000,N,00006.0000,W,1,08,1.0,45.0,M,47.0,M,,*00\r\n"), false);
+    log.Junk(Bytes{0x00, 0xFF, '$', 'B', 'I', 'X', 0xD3, 0x00, 'I'});
+    log.Frame(Bin96(2111, 432000.0), true);
+    log.Frame(Bin96(2111, 432000.0), true); // a repeat of the epoch still counts
+    log.Frame(MakeZeroBinFrame(95, 128), true);
+    log.Frame(MakeZeroBinFrame(93, 56), true);
+    log.Frame(MakeZeroBinFrame(94, 96), true);
+    log.Frame(MakeZeroBinFrame(94, 96), true);
+    log.Frame(MakeZeroBinFrame(65, 68), true);
+    log.Frame(ObsForSeconds(66, 352, 432000.0), true);
+    log.Frame(ObsForSeconds(66, 352, 431999.0), true); // dropped, still counted
+    log.Frame(MakeZeroBinFrame(35, 128), true);
+    log.Frame(ObsForSeconds(36, 336, 432000.0), true);
+    log.Frame(MakeZeroBinFrame(34, 32), true);
+    for (uint16_t n : {101, 102, 103, 104, 80, 62})
+    {
+        const uint32_t payload = n == 101 ? 448 : n == 102 ? 344 : n == 103 ? 64 : n == 104 ? 280 : 40;
+        log.Frame(MakeZeroBinFrame(n, payload), true);
+    }
+    // Unknown numbers and known numbers of another length are frames too.
+    log.Frame(MakeZeroBinFrame(200, 10), true);
+    log.Frame(MakeZeroBinFrame(96, 299), true);
+    log.Frame(MakeBinFrame(96, Bytes(300, 0), true, ""), true); // no CR LF: length 310
+    // The rival epoch message is shut out once BIN96 has decided the mode.
+    log.Frame(Bin76(2111, 432001.0), true);
+    // Site frames of every identifier, one of another class, one with a bad check.
+    log.Frame(MakeMarkerSiteFrame(1, "MARK", "0001"), true);
+    log.Frame(MakeSiteFrame(1, 2, Bytes{}), true);
+    log.Frame(MakeMarkerSiteFrame(3, "MARK2", "0002"), true);
+    log.Frame(MakeSiteFrame(1, 4, Bytes{}), true);
+    log.Frame(MakeSiteFrame(2, 1, Bytes(40, 'x')), true);
+    log.Junk(MakeSiteFrame(1, 1, Bytes(40, 'y'), false));
+    // A damaged BIN95 whose payload holds a whole BIN80: the inner frame is found.
+    {
+        Bytes payload = MakeZeroBinFrame(80, 40);
+        payload.resize(128, 0x11);
+        log.Junk(MakeBinFrame(95, payload, false));
+        log.Delivered(true);
+    }
+    // RTCM 3 and packed frames of all three checks, each carrying a whole
+    // BIN94: consumed whole, nothing inside is taken for a frame.
+    const Bytes inner = MakeZeroBinFrame(94, 96);
+    log.Frame(MakeRtcm3Frame(inner, true, 0x3F), false);
+    for (uint32_t check : {0u, 1u, 2u})
+        log.Frame(MakePackedFrame(inner, check), false);
+    // A sentence between binary frames, and one too long to be handled.
+    log.Frame(MakeSentence("$>JI,12345,1,2,3,4,5,2.0\r\n"), false);
+    log.Frame(MakeSentence("$" + std::string(250, 'A') + "\n"), false);
+    log.Frame(Bin96(2111, 432001.0), true);
+    // A truncated frame at the very end is lost byte by byte.
+    const Bytes last = Bin96(2111, 432002.0);
+    log.Junk(Bytes(last.begin(), last.begin() + 200));
+
+    CScratchDir dir;
+    const SConversion c = Convert(dir, log.m_aLog);
+    SExpectedSummary s;
+    s.m_uObsEpochsFound = 3;
+    s.m_uGpsEphFound = 1;
+    s.m_uIonoUtcFound = 2;
+    s.m_uGlonassObsFound = 2;
+    s.m_uGlonassEphFound = 1;
+    s.m_uBeidouObsFound = 1;
+    s.m_uBeidouEphFound = 1;
+    EXPECT_EQ(c.m_Run.m_iExitStatus, 0);
+    EXPECT_EQ(c.m_Run.m_szStderr,
+              log.m_szProgress +
+                  "BIN96:3 BIN95:1 BIN93:1 BIN94:2 BIN65:1 BIN66:2 BIN34:1 BIN35:1 BIN36:1 "
+                  "BIN101:1 BIN102:1 BIN103:1 BIN104:1 BIN80:2 BIN62:1 \n" +
+                  SummaryText(s));
+    EXPECT_EQ(c.m_szSummaryFile, SummaryText(s));
+}
+
+TEST(ConvertLog, FirstEpochMessageDecidesTheModeForTheWholeRun)
+{
+    CScriptedLog log;
+    log.Frame(Bin76(2111, 100.0), true);
+    log.Frame(Bin96(2111, 101.0), true); // shut out: counted nowhere but the message count
+    log.Frame(Bin76(2111, 101.0), true);
+    log.Frame(Bin76(2111, 101.0), true);
+
+    CScratchDir dir;
+    const SConversion c = Convert(dir, log.m_aLog);
+    SExpectedSummary s;
+    s.m_uObsEpochsFound = 3;
+    EXPECT_EQ(c.m_Run.m_szStderr, log.m_szProgress + "BIN76:3 \n" + SummaryText(s));
+}
+
+TEST(ConvertLog, FramesAcrossBlockBoundariesAreFoundAndProgressIsShownPerHundred)
+{
+    CScriptedLog log;
+    // Sentences are not counted, so the first one shows the count of 0.
+    log.Frame(MakeSentence("$>JT,RX\r\n"), false);
+    // 350 epochs of 312 bytes and odd junk between them cross many 16384-byte
+    // blocks at every offset of a frame.
+    for (uint32_t i = 0; i < 350; ++i)
+    {
+        log.Frame(Bin96(2111, 1000.0 + i), true);
+        log.Junk(Bytes(i % 7, 'x'));
+        if (i == 99)
+            log.Frame(MakeSentence("$>JAPP,A\r\n"), false); // repeats "Message Count 100"
+    }
+    log.Frame(MakeZeroBinFrame(62, 40), true);
+
+    CScratchDir dir;
+    const SConversion c = Convert(dir, log.m_aLog);
+    SExpectedSummary s;
+    s.m_uObsEpochsFound = 350;
+    EXPECT_EQ(log.m_szProgress, "Message Count 0\rMessage Count 100\rMessage Count 100\r"
+                                "Message Count 200\rMessage Count 300\r");
+    EXPECT_EQ(c.m_Run.m_szStderr, log.m_szProgress + "BIN96:350 BIN62:1 \n" + SummaryText(s));
+}
+
+TEST(ConvertLog, ArbitraryBytesEndNormally)
+{
+    // A deterministic pseudo-random stream sprinkled with frame starts.
+    Bytes junk;
+    uint32_t state = 12345;
+    for (int i = 0; i < 200000; ++i)
+    {
+        state = state * 1103515245u + 12345u;
+        uint8_t b = static_cast<uint8_t>(state >> 16);
+        if (b < 8)
+            b = static_cast<uint8_t>("$BI\xD3I\xB7Y\r"[b]);
+        junk.push_back(b);
+    }
+    CScratchDir dir;
+    const SConversion c = Convert(dir, junk);
+    EXPECT_EQ(c.m_Run.m_iExitStatus, 0);
+    const std::string tail = "\n" + SummaryText({});
+    ASSERT_GE(c.m_Run.m_szStderr.size(), tail.size());
+    EXPECT_EQ(c.m_Run.m_szStderr.substr(c.m_Run.m_szStderr.size() - tail.size()), tail);
+}

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "logbuild/FrameWriter.h"
+
+// A folder of its own for one test, removed with the object.
+class CScratchDir
+{
+public:
+    CScratchDir();
+    ~CScratchDir();
+    CScratchDir(const CScratchDir&) = delete;
+    CScratchDir& operator=(const CScratchDir&) = delete;
+
+    // The folder's full path, and that of `name` inside it.
+    std::string Dir() const;
+    std::string Path(const std::string& name) const;
+    void WriteFile(const std::string& name, const Bytes& content) const;
+    void WriteFile(const std::string& name, const std::string& content) const;
+    // The whole file as text; empty if it doesn't exist.
+    std::string ReadFile(const std::string& name) const;
+    bool Exists(const std::string& name) const;
+
+private:
+    std::string m_szPath;
+};
+
+// What one run of the built executable left behind.
+struct SToolRun
+{
+    int m_iExitStatus = -1;
+    std::string m_szStderr;
+    std::string m_szStdout;
+};
+
+// Runs the obsforge executable with `args` (element 0 is added) in the folder
+// `workDir`, standard input closed, and captures its exit status and both
+// output streams. File names in `args` are relative to `workDir`: a name that
+// starts with "/" would be taken for an option.
+SToolRun RunObsforgeTool(const std::vector<std::string>& args, const std::string& workDir = ".");
