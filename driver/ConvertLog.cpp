@@ -3,12 +3,18 @@
 #include <cstdint>
 #include <cstring>
 
+#include "driver/RunOptions.h"
 #include "driver/RunStats.h"
 #include "gnsstime/GpsTime.h"
 #include "logio/BinaryMessages.h"
 #include "logio/ByteReader.h"
 #include "logio/FrameReader.h"
+#include "navstate/NavState.h"
+#include "obsconv/Bin76Decoder.h"
+#include "obsconv/Bin96Decoder.h"
+#include "obsconv/ObsSlots.h"
 #include "platform/Trace.h"
+#include "rinex/ObsWriter.h"
 
 std::FILE* g_pObsFile = nullptr;
 std::FILE* g_pGpsNavFile = nullptr;
@@ -92,7 +98,7 @@ bool DispatchBinFrame(const uint8_t* frame, uint32_t length, SLoopState& loop)
         {
             SetLogTime(seconds, ReadU16(frame, kBin96WeekOffset));
             TraceMsg("SBinaryMsg96\n");
-            // The BIN96 observation decoder takes the frame here.
+            OnBin96(frame);
         }
         loop.m_bBin96Seen = true;
         ++RunStats.m_uObsEpochsFound;
@@ -104,7 +110,7 @@ bool DispatchBinFrame(const uint8_t* frame, uint32_t length, SLoopState& loop)
         if (!SameSecondsAsLogTime(seconds))
         {
             SetLogTime(seconds, ReadU16(frame, kBin76WeekOffset));
-            // The BIN76 observation decoder takes the frame here.
+            OnBin76(frame);
         }
         loop.m_bBin76Seen = true;
         ++RunStats.m_uObsEpochsFound;
@@ -222,14 +228,20 @@ void DispatchSiteFrame(const uint8_t* frame, uint32_t length)
     switch (frame[3])
     {
     case 1: // a new marker begins
+        CopySiteText(frame, length, kSiteNameOffset, name);
+        CopySiteText(frame, length, kSiteNumberOffset, number);
+        BeginMarker(name, number);
+        break;
+    case 2: // the antenna starts moving
+        BeginMoving();
+        break;
     case 3: // the marker in progress is renamed
         CopySiteText(frame, length, kSiteNameOffset, name);
         CopySiteText(frame, length, kSiteNumberOffset, number);
-        // The observation writer's marker block takes name and number here.
+        UpdateMarker(name, number);
         break;
-    case 2: // the antenna starts moving
     case 4: // the marker block is withdrawn
-        // The observation writer's moving and removal records go here.
+        RemoveMarkerBlock();
         break;
     default:
         break;
@@ -259,8 +271,12 @@ void PrintMessageCounts(const SLoopState& loop)
 
 void PrepareRun()
 {
-    // The navigation state, observation slots and writers are set up here
-    // from the options, in that order, as each of them comes to stand.
+    g_NavState.Init();
+    InitObsSlots();
+    g_ObsWriter.SetSite(g_pObsFile, RunOptions.m_dObsInterval, RunOptions.m_bObsIntervalGiven,
+                        RunOptions.m_aLocationXyz);
+    // The navigation writers take their streams here as each of them comes to stand.
+    ComputeGlonassWavelengths();
     RunStats = SRunStats{};
 }
 
@@ -308,7 +324,7 @@ void ConvertLog(std::FILE* input, std::FILE* obsFile, std::FILE* gpsNavFile,
         }
     }
 
-    // The last pending epoch is written here by the observation writer.
+    EndObservations();
 
     PrintMessageCounts(loop);
     if (summaryFile != nullptr)

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <string>
 
+#include "logbuild/Bin96Encoder.h"
 #include "logbuild/FrameWriter.h"
 
 namespace
@@ -12,7 +13,6 @@ namespace
 constexpr uint16_t kWeek = 2111;
 constexpr double kFirstSecond = 432000.0;
 constexpr int kEpochs = 60;
-constexpr uint32_t kChannels = 12;
 
 struct SSatellite
 {
@@ -38,25 +38,19 @@ void Usage()
 
 Bytes Bin96Epoch(int epoch)
 {
-    CPayloadWriter p;
-    p.U16(0).U16(kWeek).Double(kFirstSecond + epoch);
-    for (uint32_t ch = 0; ch < kChannels; ++ch)
+    std::vector<SBin96Channel> channels;
+    for (const SSatellite& s : kSatellites)
     {
-        if (ch >= std::size(kSatellites))
-        {
-            p.U32(0).I32(0).Double(0.0).Double(0.0);
-            continue;
-        }
-        const SSatellite& s = kSatellites[ch];
         const double range = s.m_dRange + s.m_dRangeRate * epoch;
-        // Doppler in 1/4096 m/s, good lock set, slip counter steady.
-        const auto doppler = static_cast<int32_t>(std::lround(s.m_dRangeRate * 4096.0));
-        p.U32(static_cast<uint32_t>(s.m_uPrn) | static_cast<uint32_t>(s.m_uSnrRaw) << 8)
-            .I32(static_cast<int32_t>(static_cast<uint32_t>(doppler) << 4) | 1)
-            .Double(range)
-            .Double(range - 1000.0 * ch);
+        SBin96Channel c;
+        c.m_uPrn = s.m_uPrn;
+        c.m_uSnrRaw = s.m_uSnrRaw;
+        c.m_iDoppler = static_cast<int32_t>(std::lround(s.m_dRangeRate * 4096.0));
+        c.m_dPseudorange = range;
+        c.m_dPhase = range - 1000.0 * static_cast<double>(channels.size());
+        channels.push_back(c);
     }
-    return MakeBinFrame(96, p.GetBytes());
+    return MakeBin96Frame(kWeek, kFirstSecond + epoch, channels);
 }
 } // namespace
 

@@ -1,0 +1,99 @@
+#include "obsconv/Bin96Decoder.h"
+
+#include <cmath>
+
+#include "logio/ByteReader.h"
+#include "navstate/NavState.h"
+#include "obsconv/EpochAssembly.h"
+#include "rinex/ObsWriter.h"
+
+namespace
+{
+// Channel records start behind the week and seconds, one every 24 bytes.
+constexpr uint32_t kBin96FirstChannelOffset = 20;
+constexpr uint32_t kBin96ChannelRecordSize = 24;
+
+// Field offsets inside a channel record.
+constexpr uint32_t kRecordWord0Offset = 0;       // satellite, signal to noise, slip counter
+constexpr uint32_t kRecordWord1Offset = 4;       // good lock, Doppler
+constexpr uint32_t kRecordPseudorangeOffset = 8; // metres
+constexpr uint32_t kRecordPhaseOffset = 16;      // metres
+
+// Bit fields of word 0.
+constexpr uint32_t kPrnMask = 0xFF;
+constexpr uint32_t kSnrShift = 8;
+constexpr uint32_t kSnrMask = 0xFF;
+constexpr uint32_t kSlipCounterShift = 24;
+constexpr uint32_t kSlipCounterMask = 0xFF;
+// The receiver's slip counter wraps at 256.
+constexpr uint32_t kSlipModulus = 256;
+
+// Bit fields of word 1: the good-lock flag, and above bit 3 the Doppler as a
+// signed 28-bit value.
+constexpr int32_t kGoodLockMask = 0x1;
+constexpr int32_t kDopplerShift = 4;
+
+// Multiplied onto the raw 8-bit signal to noise value before the logarithm.
+constexpr double kSnrScale8Bit = 0.8192;
+// L1 cycles per metre (1575.42 MHz over the speed of light): phase metres to cycles.
+constexpr double kL1CyclesPerMetre = 5.255035468570723;
+// The L1 cycles per metre over 4096: Doppler in 1/4096 m/s to Hz.
+constexpr double kL1DopplerScale = 0.0012829676436940242;
+} // namespace
+
+void DecodeBin96Slot(SObsSlot& slot, const uint8_t* frame)
+{
+    // Only the 12 records of the message exist; any other channel is never read.
+    if (slot.m_uChannel >= kChannelsPerMessage)
+        return;
+    const uint32_t record = kBin96FirstChannelOffset + kBin96ChannelRecordSize * slot.m_uChannel;
+
+    const uint32_t word0 = ReadU32(frame, record + kRecordWord0Offset);
+    uint32_t prn = word0 & kPrnMask;
+    // A number the GPS table can't place (0, or a fourth distinct number above
+    // 32) leaves the channel empty for this message. The look-up also registers
+    // numbers above 32 in the extended rows.
+    const int32_t row = g_GpsNavState.SatIndexFromPRN(static_cast<int32_t>(prn));
+    if (row < 0 || row >= static_cast<int32_t>(kSatRows))
+        prn = 0;
+
+    // A different satellite in the channel restarts its slip memory.
+    const bool fresh = prn != slot.m_uPRN;
+    slot.m_uPRN = prn;
+    if (prn == 0)
+        return; // the measurements of the last occupant stay, unused
+
+    const uint32_t rawSnr = (word0 >> kSnrShift) & kSnrMask;
+    slot.m_dSnr = rawSnr != 0 ? 10.0 * std::log10(rawSnr * kSnrScale8Bit) : 0.0;
+
+    const uint32_t counter = (word0 >> kSlipCounterShift) & kSlipCounterMask;
+    if (fresh)
+        slot.m_uSlipCounter = counter; // a new satellite starts with delta 0
+    // Unsigned subtraction wraps at 2^32, a multiple of 256: 255 -> 1 gives 2.
+    slot.m_uSlipDelta = (counter - slot.m_uSlipCounter) % kSlipModulus;
+    slot.m_uSlipCounter = counter;
+
+    const int32_t word1 = ReadI32(frame, record + kRecordWord1Offset);
+    slot.m_bGoodLock = (word1 & kGoodLockMask) != 0 ? 1 : 0;
+    // Arithmetic shift: a negative Doppler keeps its sign.
+    slot.m_dDoppler = (word1 >> kDopplerShift) * kL1DopplerScale;
+
+    slot.m_dPseudorange = ReadDouble(frame, record + kRecordPseudorangeOffset);
+    slot.m_dPhase = ReadDouble(frame, record + kRecordPhaseOffset) * kL1CyclesPerMetre;
+
+    // Every observation re-evaluates its satellite's ephemeris, which is how a
+    // record that arrived since the last epoch comes into use.
+    g_GpsNavState.UpdateEphemerisAge(prn);
+    if (g_GpsNavState.ActivateEphemeris(prn))
+        g_GpsNavState.UpdateElevation(prn, true);
+}
+
+void OnBin96(const uint8_t* frame)
+{
+    FlushIfEpochChanged();
+    for (uint32_t n = 0; n < kChannelsPerMessage; ++n)
+    {
+        DecodeBin96Slot(g_aSlotGpsL1[n], frame);
+        AddGpsL1Slot(g_aSlotGpsL1[n]);
+    }
+}

@@ -1,0 +1,209 @@
+#include "obsconv/EpochAssembly.h"
+
+#include <cmath>
+
+#include "driver/RunOptions.h"
+#include "gnsstime/GpsTime.h"
+#include "navstate/NavState.h"
+
+namespace
+{
+// The rate gate's tolerance for an epoch on the output grid, and for an epoch
+// due under a fixed interval: receivers stamp epochs a few ms off the second.
+constexpr double kGridTolerance = 0.025;
+// In the search for the grid, a gap longer than this makes the next epoch the
+// first one written, for logs whose epochs never fall on the grid.
+constexpr double kSearchGap = 1.1;
+
+// Elements of m_aRateState.
+constexpr uint32_t kRateStep = 0; // last step between epochs
+constexpr uint32_t kRateRun = 1;  // length of the present run of equal steps
+constexpr uint32_t kRateBest = 2; // longest run so far
+
+// Signal to noise thresholds (a, b, c) of the strength digit, in dB. GPS L1
+// C/A, GLONASS L1 and all BeiDou bands use the first set; GPS L2, GPS L1 P
+// and GLONASS L2, tracked at a lower signal to noise, the second.
+constexpr double kStrengthThresholdsL1[3] = {5.0, 10.0, 20.0};
+constexpr double kStrengthThresholdsOther[3] = {-3.0, 10.0, 20.0};
+
+// Satellites numbered above this have an entry but never reach the file.
+constexpr uint32_t kHighestWrittenPRN = 32;
+
+// The table row of a satellite number in `state`; false when it has none
+// within the 35 rows of the epoch tables.
+bool TableRow(CGpsNavState& state, uint32_t prn, uint32_t& row)
+{
+    const int32_t index = state.SatIndexFromPRN(static_cast<int32_t>(prn));
+    if (index < 0 || index >= static_cast<int32_t>(kSatRows))
+        return false;
+    row = static_cast<uint32_t>(index);
+    return true;
+}
+
+// Opens the pending epoch at its first satellite: the rate gate is asked once per epoch.
+void OpenEpoch()
+{
+    CWriteRinexObs& writer = g_ObsWriter;
+    if (writer.m_bEpochOpen)
+        return;
+    writer.m_bEpochOpen = 1;
+    writer.m_bEpochAccepted = PassRateGate() ? 1 : 0;
+}
+
+// The slip mark always; the measurements only for an epoch that will be written.
+void AddToEntry(SObsEntry& entry, const SObsSlot& slot)
+{
+    NoteSlip(entry, slot);
+    if (g_ObsWriter.m_bEpochAccepted)
+        FillEntry(entry, slot);
+}
+
+// Steps of the strength digit above the base of its band: 4 * (snr - low) /
+// (high - low), rounded half up, at most 4.
+uint32_t StrengthSteps(double snr, double low, double high)
+{
+    double steps = std::trunc(4.0 * (snr - low) / (high - low) + 0.5);
+    if (!(steps <= 4.0))
+        steps = 4.0;
+    return static_cast<uint32_t>(steps);
+}
+
+// The RINEX signal strength digit, 1 to 9, of a signal to noise value.
+uint32_t SignalStrength(double snr, uint32_t signal)
+{
+    const double(&thresholds)[3] = signal == kSignalL1 ? kStrengthThresholdsL1 : kStrengthThresholdsOther;
+    const double a = thresholds[0];
+    const double b = thresholds[1];
+    const double c = thresholds[2];
+    if (snr < a)
+        return 1;
+    if (snr < b)
+        return 1 + StrengthSteps(snr, a, b);
+    return 5 + StrengthSteps(snr, b, c);
+}
+} // namespace
+
+void NoteSlip(SObsEntry& entry, const SObsSlot& slot)
+{
+    if (slot.m_uSlipDelta != 0 || !slot.m_bGoodLock)
+        entry.m_uLli |= 1u;
+}
+
+void FillEntry(SObsEntry& entry, const SObsSlot& slot)
+{
+    entry.m_dPseudorange = slot.m_dPseudorange;
+    entry.m_dPhase = slot.m_dPhase;
+    entry.m_dDoppler = -slot.m_dDoppler; // the file's sign is the opposite of the receiver's
+    entry.m_uStrength = SignalStrength(slot.m_dSnr, slot.m_uSignal);
+    entry.m_uPRN = static_cast<int32_t>(slot.m_uPRN);
+    entry.m_bGood = (slot.m_bGoodLock && slot.m_uPRN <= kHighestWrittenPRN) ? 1 : 0;
+    entry.m_bValid = 1;
+}
+
+void AddGpsL1Slot(const SObsSlot& slot)
+{
+    uint32_t row = 0;
+    if (!TableRow(g_GpsNavState, slot.m_uPRN, row))
+        return; // also an empty channel: satellite 0 has no row
+    OpenEpoch();
+    AddToEntry(g_ObsWriter.m_aGpsL1[row], slot);
+}
+
+void AddGpsSlots(const SObsSlot& l1, const SObsSlot& l2, const SObsSlot& p)
+{
+    CWriteRinexObs& writer = g_ObsWriter;
+    // The columns follow the message kind, not its contents.
+    writer.m_bSeenL2 = 1;
+    if (RunOptions.m_bOutputL1P)
+        writer.m_bSeenL1P = 1;
+
+    AddGpsL1Slot(l1);
+
+    // The second and third signals never open the epoch on their own.
+    uint32_t row = 0;
+    if (TableRow(g_GpsNavState, l2.m_uPRN, row))
+        AddToEntry(writer.m_aGpsL2[row], l2);
+    // Filled with or without -P1; only the writer's column depends on it.
+    if (TableRow(g_GpsNavState, p.m_uPRN, row))
+        AddToEntry(writer.m_aGpsL1P[row], p);
+}
+
+void AddGloSlots(const SObsSlot& l1, const SObsSlot& l2)
+{
+    CWriteRinexObs& writer = g_ObsWriter;
+    writer.m_bSeenGlonass = 1;
+    writer.m_bSeenL2 = 1;
+    if (RunOptions.m_bOutputL1P)
+        writer.m_bSeenL1P = 1;
+
+    // GLONASS slots 1 to 24 take rows 0 to 23 of the GPS numbering.
+    uint32_t row = 0;
+    if (TableRow(g_GpsNavState, l1.m_uPRN, row))
+    {
+        OpenEpoch();
+        AddToEntry(writer.m_aGloL1[row], l1);
+    }
+    if (TableRow(g_GpsNavState, l2.m_uPRN, row))
+        AddToEntry(writer.m_aGloL2[row], l2);
+}
+
+void AddBdsSlot(const SObsSlot& slot, bool lastPacket, uint32_t band)
+{
+    if (band >= kBdsBands)
+        return;
+    CWriteRinexObs& writer = g_ObsWriter;
+    writer.m_abSeenBeidou[band] = 1;
+
+    uint32_t row = 0;
+    if (!TableRow(g_BeidouNavState, slot.m_uPRN, row))
+        return;
+    // Earlier packets of the band's set only count for slips while no epoch is open.
+    if (lastPacket)
+        OpenEpoch();
+    AddToEntry(writer.m_aBds[band][row], slot);
+}
+
+bool PassRateGate()
+{
+    CWriteRinexObs& writer = g_ObsWriter;
+    GpsTime now;
+    GetLogTime(now);
+    const GpsTime last = writer.m_timeEpoch;
+    const double weeks = static_cast<double>(now.m_uWeek) - static_cast<double>(last.m_uWeek);
+    const double dt = weeks * kSecondsPerWeek + now.m_dSeconds - last.m_dSeconds;
+
+    if (!writer.m_bRateAligned)
+    {
+        // Search: the first epoch written lies on a whole multiple of the interval.
+        const double r = std::fmod(now.m_dSeconds, writer.m_dInterval);
+        const bool due = std::fabs(r) < kGridTolerance || std::fabs(r - writer.m_dInterval) < kGridTolerance ||
+                         (last.m_uWeek != 0 && dt > kSearchGap);
+        writer.m_bRateAligned = due ? 1 : 0;
+        writer.m_timeEpoch = now;
+        return due;
+    }
+
+    double* state = writer.m_aRateState;
+    if (!writer.m_bIntervalFixed)
+    {
+        // The interval follows the longest run of equal steps seen so far.
+        if (state[kRateStep] == dt)
+            state[kRateRun] = state[kRateRun] + 1.0;
+        else
+            state[kRateRun] = 0.0;
+        if (state[kRateRun] > state[kRateBest])
+        {
+            state[kRateBest] = state[kRateRun];
+            if (dt != writer.m_dInterval)
+                writer.m_dInterval = dt;
+        }
+    }
+    state[kRateStep] = dt;
+
+    // A fixed interval spaces epochs from the last one written, so the time of
+    // a rejected epoch is not kept.
+    if (writer.m_bIntervalFixed && !(dt + kGridTolerance > writer.m_dInterval))
+        return false;
+    writer.m_timeEpoch = now;
+    return true;
+}

@@ -1,0 +1,36 @@
+#include "obsconv/ObsSlots.h"
+
+// Plain run-wide arrays: zeroed before main begins, so every slot starts empty
+// (satellite 0) with a slip counter of 0.
+SObsSlot g_aSlotGpsL1[kSlotsPerArray];
+SObsSlot g_aSlotGpsL2[kSlotsPerArray];
+SObsSlot g_aSlotGpsL1P[kSlotsPerArray];
+SObsSlot g_aSlotGloL1[kSlotsPerArray];
+SObsSlot g_aSlotGloL2[kSlotsPerArray];
+SObsSlot g_aSlotBds[kBdsSlotBands][kBdsSlotsPerBand];
+
+namespace
+{
+// Gives every slot of one array its channel index and the array's signal code.
+void InitSlotArray(SObsSlot (&slots)[kSlotsPerArray], uint32_t signal)
+{
+    for (uint32_t n = 0; n < kSlotsPerArray; ++n)
+    {
+        slots[n].m_uChannel = n;
+        slots[n].m_uSignal = signal;
+    }
+}
+} // namespace
+
+void InitObsSlots()
+{
+    InitSlotArray(g_aSlotGpsL1, kSignalL1);
+    InitSlotArray(g_aSlotGpsL2, kSignalGpsL2);
+    InitSlotArray(g_aSlotGpsL1P, kSignalGpsL1P);
+    InitSlotArray(g_aSlotGloL1, kSignalL1);
+    InitSlotArray(g_aSlotGloL2, kSignalGloL2);
+    // The BeiDou bands keep the signal code they started with (L1 strength table).
+    for (uint32_t band = 0; band < kBdsSlotBands; ++band)
+        for (uint32_t n = 0; n < kBdsSlotsPerBand; ++n)
+            g_aSlotBds[band][n].m_uChannel = n;
+}

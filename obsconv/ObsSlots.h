@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstdint>
+
+// One channel of one signal, kept between messages: it remembers which
+// satellite its channel held and the receiver's last slip counter, which is
+// what makes slip detection work.
+struct SObsSlot
+{
+    uint32_t m_uChannel;    // channel index inside the message; fixed at start of run
+    uint32_t m_uPRN;        // satellite number of the channel; 0 = nothing usable now
+    uint32_t m_uSignal;     // signal code; fixed at start of run
+    double m_dPseudorange;  // metres
+    double m_dPhase;        // cycles
+    double m_dDoppler;      // Hz as the message gives it
+    double m_dSnr;          // dB; 0.0 when the raw value is 0
+    uint32_t m_uSlipDelta;  // change of the slip counter since the previous message, modulo 256
+    uint8_t m_bGoodLock;    // the receiver's good-lock bit
+    uint32_t m_uSlipCounter; // last slip counter read, 0 to 255
+};
+
+// Signal codes of the slot arrays.
+constexpr uint32_t kSignalL1 = 0;   // GPS L1 C/A, GLONASS L1, BeiDou
+constexpr uint32_t kSignalGpsL2 = 1;
+constexpr uint32_t kSignalGpsL1P = 2;
+constexpr uint32_t kSignalGloL2 = 3;
+
+constexpr uint32_t kSlotsPerArray = 15;
+constexpr uint32_t kChannelsPerMessage = 12; // GPS and GLONASS messages drive 12 channels
+constexpr uint32_t kBdsSlotBands = 3;
+constexpr uint32_t kBdsSlotsPerBand = 20;
+
+extern SObsSlot g_aSlotGpsL1[kSlotsPerArray];
+extern SObsSlot g_aSlotGpsL2[kSlotsPerArray];
+extern SObsSlot g_aSlotGpsL1P[kSlotsPerArray];
+extern SObsSlot g_aSlotGloL1[kSlotsPerArray];
+extern SObsSlot g_aSlotGloL2[kSlotsPerArray];
+extern SObsSlot g_aSlotBds[kBdsSlotBands][kBdsSlotsPerBand];
+
+// Sets channel index and signal code of every slot at the start of a conversion.
+void InitObsSlots();

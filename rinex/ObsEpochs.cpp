@@ -1,0 +1,410 @@
+#include <algorithm>
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+
+#include "driver/RunStats.h"
+#include "gnsstime/GpsTime.h"
+#include "platform/FileIo.h"
+#include "platform/Trace.h"
+#include "rinex/ObsWriter.h"
+
+// The epoch records of the observation file: the flush of the pending epoch,
+// its epoch line and one line per satellite, and the carrier tables the
+// phase corrections need. Nothing here allocates; lines are built in local
+// buffers.
+
+// Frequency channel number plus 8 of every GLONASS slot, until the slot's
+// first ephemeris brings the channel the satellite actually uses.
+int16_t g_aGlonassChannel[kGlonassSlots] = {
+    9, 4, 13, 14, 9, 4, 13, 2,   // slots 1-8
+    6, 1, 8,  7,  6, 1, 8,  7,   // slots 9-16
+    12, 5, 11, 10, 12, 5, 11, 10, // slots 17-24
+};
+
+double g_aGlonassWavelength[kGlonassSlots][2] = {};
+
+namespace
+{
+
+constexpr double kSpeedOfLight = 299792458.0; // m/s
+constexpr double kGpsL1Hz = 1575419999.9999988;
+constexpr double kGpsL2Hz = 1227600000.0000012;
+constexpr double kBdsWavelength[kBdsBands] = {
+    0.192039486310276, // B1
+    0.248349369584306, // B2
+    0.236332464604421, // B3
+};
+
+// GLONASS carriers: base frequency and channel spacing of each band, Hz.
+constexpr double kGloL1BaseHz = 1.602e9;
+constexpr double kGloL1StepHz = 562500.0;
+constexpr double kGloL2BaseHz = 1.246e9;
+constexpr double kGloL2StepHz = 437500.0;
+
+// Satellite list limits of one epoch line: GPS alone, GPS and GLONASS, all.
+constexpr uint32_t kMaxGpsInList = 12;
+constexpr uint32_t kMaxGpsGloInList = 27;
+constexpr uint32_t kLastGpsNumber = 32;
+constexpr uint32_t kBdsLineRows = 32; // rows searched for BeiDou lines
+
+// A list element is the satellite number plus its system's base.
+enum ESystem : int32_t
+{
+    eSystemNone = -1,
+    eSystemGps = 0,
+    eSystemGlonass = 1,
+    eSystemBeidou = 2,
+};
+constexpr int32_t g_aSystemBase[3] = {0, 35, 59};
+
+int32_t SystemOfListEntry(int32_t element)
+{
+    for (int32_t system = eSystemBeidou; system >= eSystemGps; --system)
+        if (element > g_aSystemBase[system])
+            return system;
+    return eSystemNone;
+}
+
+constexpr const char* kSixtySeconds = " 60.0000000";
+// Moves an epoch whose seven-decimal seconds round to 60 into the next minute.
+constexpr double kMinuteCarryOffset = 5e-08;
+
+// One satellite line: 3 characters and at most nine 16-character groups, with
+// room for values wider than their field, which push the rest to the right.
+constexpr size_t kSatLineSize = 512;
+
+// Appends printf output to a line; the line stays terminated inside `size`.
+__attribute__((format(printf, 4, 5))) void AppendFormat(char* line, size_t size, size_t& length,
+                                                        const char* format, ...)
+{
+    if (length + 1 >= size)
+        return;
+    std::va_list args;
+    va_start(args, format);
+    const int n = std::vsnprintf(line + length, size - length, format, args);
+    va_end(args);
+    if (n > 0)
+        length = std::min(length + static_cast<size_t>(n), size - 1);
+}
+
+char LliOf(const SObsEntry& entry)
+{
+    return (entry.m_uLli != 0 || entry.m_uRepeatLli != 0) ? '1' : ' ';
+}
+
+// Appends the phase, code and Doppler group of one signal, or a blank triple
+// when it has no value. A blank marks the signal, so that its next phase
+// value carries the loss-of-lock flag: the file showed a gap.
+void AppendSignal(char* line, size_t size, size_t& length, SObsEntry& entry, bool hasValue, double rangeShift,
+                  double phaseShift)
+{
+    if (hasValue)
+    {
+        AppendFormat(line, size, length, "%14.3f%c%1u%14.3f%c%1u%14.3f%c%1u", phaseShift + entry.m_dPhase,
+                     LliOf(entry), entry.m_uStrength, rangeShift + entry.m_dPseudorange, ' ', entry.m_uStrength,
+                     entry.m_dDoppler, ' ', entry.m_uStrength);
+        entry.m_uRepeatLli = 0;
+    }
+    else
+    {
+        AppendFormat(line, size, length, "%14.3f%c%1u%14.3f%c%1u%14.3f%c%1u", 0.0, ' ', 0u, 0.0, ' ', 0u, 0.0, ' ',
+                     0u);
+        entry.m_uRepeatLli = 1;
+    }
+}
+
+bool IsListed(const SObsEntry& entry)
+{
+    return entry.m_bValid && entry.m_bGood;
+}
+
+bool IsGlonassSlot(int32_t number)
+{
+    return number >= 1 && number <= static_cast<int32_t>(kGlonassSlots);
+}
+
+void PutLine(std::FILE* file, const char* line)
+{
+    std::fputs(line, file);
+    std::fputc('\n', file);
+}
+
+} // namespace
+
+void ComputeGlonassWavelengths()
+{
+    for (uint32_t slot = 0; slot < kGlonassSlots; ++slot)
+    {
+        const double k = static_cast<double>(g_aGlonassChannel[slot] - 8);
+        g_aGlonassWavelength[slot][0] = kSpeedOfLight / (k * kGloL1StepHz + kGloL1BaseHz);
+        g_aGlonassWavelength[slot][1] = kSpeedOfLight / (k * kGloL2StepHz + kGloL2BaseHz);
+    }
+}
+
+double CWriteRinexObs::CalendarForPrint(const GpsTime& time, SCalendarTime& calendar, char (&text)[32],
+                                        double& exactSeconds)
+{
+    GpsTime inWeek = time; // the conversion brings its argument into the week
+    GpsToCalendar(inWeek, calendar);
+    std::snprintf(text, sizeof(text), "%11.7f", calendar.m_dSeconds);
+    exactSeconds = calendar.m_dSeconds;
+    if (std::strcmp(text, kSixtySeconds) != 0)
+        return calendar.m_dSeconds;
+    GpsPlusToCalendar(time, calendar, kMinuteCarryOffset);
+    return 0.0;
+}
+
+void CWriteRinexObs::ClearEpochTables()
+{
+    // Measurements, numbers, strengths and the repeat marks live on: only
+    // the flags say what belongs to the pending epoch.
+    const auto clear = [](SObsEntry (&table)[kSatRows]) {
+        for (SObsEntry& entry : table)
+        {
+            entry.m_uLli = 0;
+            entry.m_bValid = 0;
+            entry.m_bGood = 0;
+        }
+    };
+    clear(m_aGpsL1);
+    clear(m_aGpsL2);
+    clear(m_aGpsL1P);
+    clear(m_aGloL1);
+    clear(m_aGloL2);
+    for (auto& band : m_aBds)
+        clear(band);
+}
+
+void CWriteRinexObs::FlushEpoch()
+{
+    m_bEpochOpen = 0;
+    // A rejected epoch writes nothing; its loss-of-lock marks stay in the
+    // entries and reach the next written epoch.
+    if (!m_bEpochAccepted)
+        return;
+
+    int32_t list[kEpochListSize] = {};
+
+    // Provisional event records give their place to the epoch that was being
+    // gathered when they arrived, and are written again behind it.
+    const bool markerPending = m_bMarkerPending != 0;
+    const bool movingPending = m_bMovingPending != 0;
+    if (markerPending && m_pFile != nullptr)
+    {
+        m_bMarkerPending = 0;
+        SetStreamPos(m_pFile, m_posMarkerStart);
+        m_posMarkerStart = 0;
+        m_posMarkerEnd = 0;
+    }
+    if (movingPending && m_pFile != nullptr)
+    {
+        m_bMovingPending = 0;
+        SetStreamPos(m_pFile, m_posMovingStart);
+    }
+
+    WriteObsHeader();
+
+    const uint32_t count = WriteEpochLine(list);
+    if (count > 0)
+    {
+        WriteSatelliteLines(list, count);
+        ++RunStats.m_uEpochsWritten;
+        RunStats.m_uObsWritten += count;
+    }
+
+    if (markerPending)
+        WriteMarkerBlock();
+    if (movingPending)
+        WriteMovingRecords();
+
+    if (RunStats.m_timeFirstEpoch.m_uWeek == 0)
+        RunStats.m_timeFirstEpoch = m_timeEpoch;
+
+    m_bEpochAccepted = 0;
+    ClearEpochTables();
+}
+
+uint32_t CWriteRinexObs::WriteEpochLine(int32_t list[kEpochListSize])
+{
+    // Selection. Numbers outside a system's range never enter the list: the
+    // list tells systems apart by number ranges alone.
+    uint32_t count = 0;
+    for (uint32_t row = 0; row < kSatRows && count < kMaxGpsInList; ++row)
+    {
+        const SObsEntry& entry = m_aGpsL1[row];
+        if (IsListed(entry) && entry.m_uPRN >= 1 && entry.m_uPRN <= static_cast<int32_t>(kLastGpsNumber))
+            list[count++] = entry.m_uPRN + g_aSystemBase[eSystemGps];
+    }
+    if (m_bSeenGlonass)
+    {
+        for (uint32_t row = 0; row < kGlonassSlots && count < kMaxGpsGloInList; ++row)
+        {
+            const SObsEntry& entry = m_aGloL1[row];
+            if (IsListed(entry) && IsGlonassSlot(entry.m_uPRN))
+                list[count++] = entry.m_uPRN + g_aSystemBase[eSystemGlonass];
+        }
+    }
+    if (m_abSeenBeidou[0] || m_abSeenBeidou[1] || m_abSeenBeidou[2])
+    {
+        for (uint32_t row = 0; row < kSatRows && count < kEpochListSize; ++row)
+        {
+            for (uint32_t band = 0; band < kBdsBands; ++band)
+            {
+                const SObsEntry& entry = m_aBds[band][row];
+                if (!IsListed(entry))
+                    continue;
+                if (entry.m_uPRN >= 1)
+                    list[count++] = entry.m_uPRN + g_aSystemBase[eSystemBeidou];
+                break;
+            }
+        }
+    }
+    if (count == 0)
+        return 0;
+
+    // Time. The seconds print with seven decimals and never show 60; what
+    // the printing takes from the time is kept in m_dEpochRemainder and
+    // given back to the measurements. The epoch line shows GPS time.
+    SCalendarTime calendar{};
+    char secondsText[32];
+    const double seconds = CalendarForPrint(m_timeEpoch, calendar, secondsText, m_dEpochRemainder);
+    double printed = 0.0;
+    std::sscanf(secondsText, "%lf", &printed);
+    m_dEpochRemainder -= printed;
+
+    char line[64];
+    std::snprintf(line, sizeof(line), "> %4d%3d%3d%3d%3d%11.7f%3d%3d", calendar.m_iYear, calendar.m_iMonth,
+                  calendar.m_iDay, calendar.m_iHour, calendar.m_iMinute, seconds, 0, static_cast<int>(count));
+    if (m_pFile != nullptr)
+        PutLine(m_pFile, line);
+
+    StampMarkerEpoch(line);
+    return count;
+}
+
+void CWriteRinexObs::WriteSatelliteLines(const int32_t list[kEpochListSize], uint32_t count)
+{
+    if (m_pFile == nullptr)
+        return;
+    count = std::min(count, kEpochListSize);
+
+    const double r = m_dEpochRemainder;
+    const double rangeShift = r * kSpeedOfLight;
+    char line[kSatLineSize];
+    size_t length = 0;
+    uint32_t next = 0; // list element to write next
+
+    // GPS: the list holds the rows' numbers in ascending row order.
+    for (uint32_t row = 0; row < kSatRows && next < count; ++row)
+    {
+        if (SystemOfListEntry(list[next]) != eSystemGps)
+            break;
+        const int32_t number = list[next] - g_aSystemBase[eSystemGps];
+        SObsEntry& l1 = m_aGpsL1[row];
+        if (l1.m_uPRN != number)
+            continue;
+
+        length = 0;
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat" // "%02.2d": the '0' flag beside the precision changes nothing
+        AppendFormat(line, sizeof(line), length, "G%02.2d%14.3f%c%1u%14.3f%c%1u%14.3f%c%1u", number,
+                     r * kGpsL1Hz + l1.m_dPhase, LliOf(l1), l1.m_uStrength, rangeShift + l1.m_dPseudorange, ' ',
+                     l1.m_uStrength, l1.m_dDoppler, ' ', l1.m_uStrength);
+#pragma GCC diagnostic pop
+        l1.m_uRepeatLli = 0;
+
+        if (m_bSeenL2)
+        {
+            SObsEntry& l2 = m_aGpsL2[row];
+            AppendSignal(line, sizeof(line), length, l2, IsListed(l2), rangeShift, r * kGpsL2Hz);
+        }
+        if (m_bSeenL1P)
+        {
+            const SObsEntry& p = m_aGpsL1P[row];
+            if (IsListed(p))
+                AppendFormat(line, sizeof(line), length, "%14.3f%c%1u", rangeShift + p.m_dPseudorange, ' ',
+                             p.m_uStrength);
+            else
+            {
+                AppendFormat(line, sizeof(line), length, "%14.3f%c%1u", 0.0, ' ', 0u);
+                TraceMsg("BLANK GPS L1P\n");
+            }
+        }
+        PutLine(m_pFile, line);
+        ++next;
+    }
+    if (next >= count)
+        return;
+
+    if (m_bSeenGlonass)
+    {
+        for (uint32_t row = 0; row < kGlonassSlots && next < count; ++row)
+        {
+            if (SystemOfListEntry(list[next]) != eSystemGlonass)
+                break;
+            const int32_t number = list[next] - g_aSystemBase[eSystemGlonass];
+            SObsEntry& l1 = m_aGloL1[row];
+            if (l1.m_uPRN != number)
+                continue;
+
+            length = 0;
+            const double l1Wavelength = g_aGlonassWavelength[number - 1][0];
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat" // "%02.2d": the '0' flag beside the precision changes nothing
+            AppendFormat(line, sizeof(line), length, "R%02.2d%14.3f%c%1u%14.3f%c%1u%14.3f%c%1u", number,
+                         rangeShift / l1Wavelength + l1.m_dPhase, LliOf(l1), l1.m_uStrength,
+                         rangeShift + l1.m_dPseudorange, ' ', l1.m_uStrength, l1.m_dDoppler, ' ', l1.m_uStrength);
+#pragma GCC diagnostic pop
+            l1.m_uRepeatLli = 0;
+
+            if (m_bSeenL2)
+            {
+                // An entry whose number is no slot has no wavelength; it is
+                // written as a gap.
+                SObsEntry& l2 = m_aGloL2[row];
+                const bool hasValue = IsListed(l2) && IsGlonassSlot(l2.m_uPRN);
+                const double phaseShift = hasValue ? rangeShift / g_aGlonassWavelength[l2.m_uPRN - 1][1] : 0.0;
+                AppendSignal(line, sizeof(line), length, l2, hasValue, rangeShift, phaseShift);
+            }
+            PutLine(m_pFile, line);
+            ++next;
+        }
+    }
+
+    // BeiDou: a band not seen yet has no columns at all, so the groups of the
+    // bands behind it move left. Every seen band of a row that isn't written
+    // is marked, so a satellite that returns shows the gap on its phase.
+    for (uint32_t row = 0; row < kBdsLineRows && next < count; ++row)
+    {
+        const int32_t number = list[next] - g_aSystemBase[eSystemBeidou];
+        bool match = false;
+        for (uint32_t band = 0; band < kBdsBands && !match; ++band)
+            match = m_abSeenBeidou[band] && m_aBds[band][row].m_uPRN == number;
+
+        length = 0;
+        if (match)
+        {
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat" // "%02.2d": the '0' flag beside the precision changes nothing
+            AppendFormat(line, sizeof(line), length, "C%02.2d", number);
+#pragma GCC diagnostic pop
+        }
+        bool holdsValue = false;
+        for (uint32_t band = 0; band < kBdsBands; ++band)
+        {
+            if (!m_abSeenBeidou[band])
+                continue;
+            SObsEntry& entry = m_aBds[band][row];
+            const bool hasValue = match && IsListed(entry);
+            AppendSignal(line, sizeof(line), length, entry, hasValue, rangeShift,
+                         rangeShift / kBdsWavelength[band]);
+            holdsValue = holdsValue || hasValue;
+        }
+        if (holdsValue)
+        {
+            PutLine(m_pFile, line);
+            ++next;
+        }
+    }
+}

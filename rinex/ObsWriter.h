@@ -1,0 +1,145 @@
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+
+#include "gnsstime/GpsTime.h"
+#include "navstate/NavState.h"
+#include "platform/FileIo.h"
+
+// One signal of one satellite in the pending epoch.
+struct SObsEntry
+{
+    double m_dPseudorange; // metres
+    double m_dPhase;       // cycles
+    double m_dDoppler;     // Hz, in the sign the file shows
+    uint32_t m_uLli;       // a loss of lock was seen since the last written epoch
+    uint32_t m_uRepeatLli; // the last line that could carry this signal had no value for it
+    uint32_t m_uStrength;  // signal strength digit, 1 to 9
+    int32_t m_uPRN;        // satellite number; survives the reset between epochs
+    uint8_t m_bValid;      // holds data of the pending epoch
+    uint8_t m_bGood;       // carrier lock flag set and number at most 32
+};
+
+// Ready-made header lines of the site, from -H or from the log's records.
+constexpr uint32_t kHeaderLineSize = 81; // 80 characters and the terminator
+struct SExternalHeader
+{
+    uint8_t m_bPresent;
+    char m_szMarkerNameLine[kHeaderLineSize];
+    char m_szMarkerNumberLine[kHeaderLineSize];
+    char m_szObserverLine[kHeaderLineSize];
+    char m_szReceiverLine[kHeaderLineSize];
+    char m_szAntennaLine[kHeaderLineSize];
+    char m_szAntennaDeltaLine[kHeaderLineSize];
+    char m_szApproxPositionLine[kHeaderLineSize];
+};
+extern SExternalHeader g_ExternalHeader;
+
+// Frequency channel number plus 8 of each GLONASS slot 1 to 24 (row slot - 1).
+extern int16_t g_aGlonassChannel[kGlonassSlots];
+// L1 and L2 wavelength in metres of each GLONASS slot (row slot - 1).
+extern double g_aGlonassWavelength[kGlonassSlots][2];
+// Computes g_aGlonassWavelength from g_aGlonassChannel for all slots.
+void ComputeGlonassWavelengths();
+
+constexpr uint32_t kBdsBands = 3;
+constexpr uint32_t kEpochListSize = 47; // satellites of one epoch line, all systems
+
+// The observation file: its stream, interval and position, the table of the
+// pending epoch, and the site event records inserted into the epoch stream.
+class CWriteRinexObs
+{
+public:
+    CWriteRinexObs(std::FILE* stream = nullptr, double interval = 1.0, bool fixed = false,
+                   const double* position = nullptr);
+
+    void SetSite(std::FILE* stream, double interval, bool fixed, const double* position);
+    void SetMovingAtStart(bool moving);
+
+    // Site events.
+    void BeginMarker(const char* name, const char* number);
+    void BeginMoving();
+    void UpdateMarker(const char* name, const char* number);
+    void RemoveMarkerBlock();
+    void SetAntennaDelta(const char* text);
+    void SetMarkerPosition(const double xyz[3]);
+    void StampMarkerEpoch(const char* line);
+    void WriteMarkerBlock();
+    void WriteMovingRecords();
+
+    // Header and epochs.
+    void WriteObsHeader();
+    void FlushEpoch();
+    uint32_t WriteEpochLine(int32_t list[kEpochListSize]);
+    void WriteSatelliteLines(const int32_t list[kEpochListSize], uint32_t count);
+    void ClearEpochTables();
+
+    double m_dEpochRemainder;
+    std::FILE* m_pFile;
+    double m_dInterval;
+    uint8_t m_bIntervalFixed;
+    double m_aRateState[3]; // last step, present run of equal steps, longest run
+    uint8_t m_bEpochAccepted;
+    uint8_t m_bEpochOpen;
+    uint8_t m_bRateAligned;
+    uint8_t m_bSeenL2;
+    uint8_t m_bSeenL1P;
+    uint8_t m_bSeenGlonass;
+    uint8_t m_abSeenBeidou[kBdsBands];
+    double m_aApproxXyz[3];
+    uint8_t m_bIntervalLatched;
+    GpsTime m_timeEpoch;
+    GpsTime m_timeFirstObs;
+    char m_szRunDate[256];
+    StreamPos m_posHeader;
+    uint8_t m_bHeaderPlaced;
+    SObsEntry m_aGpsL1[kSatRows];
+    SObsEntry m_aGpsL2[kSatRows];
+    SObsEntry m_aGpsL1P[kSatRows];
+    SObsEntry m_aGloL1[kSatRows];
+    SObsEntry m_aGloL2[kSatRows];
+    SObsEntry m_aBds[kBdsBands][kSatRows];
+    StreamPos m_posMarkerStart;
+    StreamPos m_posMarkerEnd;
+    StreamPos m_posMovingStart;
+    char m_szMarkerName[kHeaderLineSize];
+    char m_szMarkerNumber[kHeaderLineSize];
+    char m_szAntennaDelta[kHeaderLineSize];
+    char m_szMarkerPosition[kHeaderLineSize];
+    char m_szMarkerEpoch[kHeaderLineSize];
+    uint8_t m_bMarkerPositionSet;
+    uint8_t m_bMarkerEpochSet;
+    uint8_t m_bMovingAtStart;
+    uint8_t m_bMarkerPending;
+    uint8_t m_bMovingPending;
+
+private:
+    // Moves everything behind the header up by one line when the header has
+    // to take its mixed form after it was laid down in the GPS form.
+    void GrowHeaderByOneLine(StreamPos& saved);
+    // Fills `calendar` for printing `time` with seven decimals and returns the
+    // seconds to print: a time whose text would read 60 carries into the next
+    // minute and prints 0. `text` keeps the seven-decimal text first made,
+    // `exactSeconds` the seconds of the minute before any carry.
+    static double CalendarForPrint(const GpsTime& time, SCalendarTime& calendar, char (&text)[32],
+                                   double& exactSeconds);
+
+    StreamPos m_posHeaderEnd; // first byte behind END OF HEADER
+    uint8_t m_bHeaderMixed;   // the header in the file has the mixed form
+};
+
+// The run's one observation writer.
+extern CWriteRinexObs g_ObsWriter;
+
+// Forwarders through which the conversion loop and the site inputs reach the writer.
+void FlushEpoch();
+void FlushIfEpochChanged(); // flushes when the log time's seconds differ from the epoch's
+void EndObservations();     // writes the last pending epoch at the end of the input
+void BeginMarker(const char* name, const char* number);
+void BeginMoving();
+void UpdateMarker(const char* name, const char* number);
+void RemoveMarkerBlock();
+void SetAntennaDelta(const char* text);
+void SetMarkerPosition(const double xyz[3]);
+void SetMovingAtStart(bool moving);

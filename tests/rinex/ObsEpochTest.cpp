@@ -1,0 +1,280 @@
+#include "rinex/ObsWriterTestSupport.h"
+
+#include <string>
+
+namespace
+{
+
+class ObsEpochTest : public ObsFileFixture
+{
+};
+
+// Header of a file whose epochs all stand at second 0 of 00:02.
+SHeaderParts MixedAtMinuteTwo()
+{
+    SHeaderParts parts;
+    parts.m_bMixed = true;
+    parts.m_szGpsTypes = kObsG6;
+    parts.m_szFirst = "  2020     6    21     0     2    0.000000      GPS         TIME OF FIRST OBS   \n";
+    parts.m_szLast = "  2020     6    21     0     2    0.000000      GPS         TIME OF LAST OBS    \n";
+    return parts;
+}
+
+TEST_F(ObsEpochTest, SecondsRoundingToSixtyMoveToNextMinuteWithRemainderFoldedIn)
+{
+    CWriteRinexObs& w = Writer();
+    w.m_bSeenL2 = 1;
+    w.m_abSeenBeidou[0] = w.m_abSeenBeidou[1] = w.m_abSeenBeidou[2] = 1;
+
+    // 00:01:59.99999996 prints as second 0 of 00:02; the -4e-08 s that the
+    // printing adds are taken off every code and phase.
+    PutSignal(w.m_aGpsL1[4], 5, kG05L1);
+    PutSignal(w.m_aGpsL2[4], 5, kG05L2);
+    PutSignal(w.m_aBds[0][5], 6, {90000000.5, 25000000.75, -100.25, 5});
+    PutSignal(w.m_aBds[1][5], 6, {90000000.5, 25000001.5, -77.75, 6});
+    PutSignal(w.m_aBds[2][5], 6, {90000000.5, 25000004.5, -80.5, 4});
+    Flush(119.99999996);
+    EXPECT_NEAR(w.m_dEpochRemainder, -4e-08, 1e-14);
+
+    const std::string epoch1 =
+        "> 2020  6 21  0  2  0.0000000  0  2\n"
+        "G05 109999937.233 7  20999988.508 7     -1234.750 7  84999951.646 5  20999991.258 5      -962.500 5\n"
+        "C06  89999938.056 5  24999988.758 5      -100.250 5  89999952.214 6  24999989.508 6       -77.750 6"
+        "  89999949.759 4  24999992.508 4       -80.500 4\n";
+    EXPECT_EQ(FileText(), HeaderText(MixedAtMinuteTwo()) + epoch1);
+
+    // At the end of the week the carry reaches the week.
+    PutSignal(w.m_aGpsL1[4], 5, kG05L1);
+    PutSignal(w.m_aGpsL2[4], 5, kG05L2);
+    Flush(604799.99999996);
+    SHeaderParts parts = MixedAtMinuteTwo();
+    parts.m_szInterval = "604680.000                                                  INTERVAL            \n";
+    parts.m_szLast = "  2020     6    28     0     0    0.000000      GPS         TIME OF LAST OBS    \n";
+    EXPECT_EQ(FileText(),
+              HeaderText(parts) + epoch1 + "> 2020  6 28  0  0  0.0000000  0  1\n" +
+                  "G05 109999937.159 7  20999988.494 7     -1234.750 7  84999951.588 5  20999991.244 5      -962.500 5\n");
+}
+
+TEST_F(ObsEpochTest, AtMostTwelveLockedGpsSatellitesAreWritten)
+{
+    CWriteRinexObs& w = Writer();
+    for (int32_t prn = 1; prn <= 13; ++prn)
+        PutSignal(w.m_aGpsL1[prn - 1], prn, kG05L1);
+    PutSignal(w.m_aGpsL1[19], 20, kG05L1, false); // no carrier lock
+    w.m_aGpsL1[12].m_uLli = 1;
+    w.m_aGpsL1[19].m_uLli = 1;
+    Flush(100.0);
+
+    std::string epoch = "> 2020  6 21  0  1 40.0000000  0 12\n";
+    const std::string values = kG05L1Line.substr(3);
+    for (int32_t prn = 1; prn <= 12; ++prn)
+        epoch += (prn < 10 ? "G0" : "G1") + std::to_string(prn % 10) + values + "\n";
+    EXPECT_EQ(FileText(), HeaderText(SHeaderParts{}) + epoch);
+    EXPECT_EQ(RunStats.m_uObsWritten, 12u);
+
+    // The dropped satellites' marks go with the written epoch.
+    EXPECT_EQ(w.m_aGpsL1[12].m_uLli, 0u);
+    EXPECT_EQ(w.m_aGpsL1[19].m_uLli, 0u);
+    EXPECT_FALSE(w.m_aGpsL1[12].m_bValid);
+}
+
+TEST_F(ObsEpochTest, MissingL2IsBlankAndTheNextL2PhaseCarriesLossOfLock)
+{
+    CWriteRinexObs& w = Writer();
+    w.m_bSeenL2 = 1;
+    const SSignal g12L2 = {86000000.5, 22000002.75, -1500.25, 4};
+
+    PutSignal(w.m_aGpsL1[4], 5, kG05L1);
+    PutSignal(w.m_aGpsL2[4], 5, kG05L2);
+    PutSignal(w.m_aGpsL1[11], 12, kG12L1);
+    PutSignal(w.m_aGpsL2[24], 25, kG05L2); // L2 without L1: not written, not marked
+    Flush(100.0);
+    EXPECT_EQ(w.m_aGpsL2[11].m_uRepeatLli, 1u);
+    EXPECT_EQ(w.m_aGpsL2[24].m_uRepeatLli, 0u);
+
+    PutSignal(w.m_aGpsL1[4], 5, kG05L1);
+    PutSignal(w.m_aGpsL2[4], 5, kG05L2);
+    PutSignal(w.m_aGpsL1[11], 12, kG12L1);
+    PutSignal(w.m_aGpsL2[11], 12, g12L2);
+    Flush(101.0);
+
+    // A slip noted in an epoch that the rate gate turned down shows in the
+    // next written one.
+    const std::string beforeSkipped = FileText();
+    w.m_aGpsL1[4].m_uLli = 1;
+    w.m_timeEpoch = GpsTime{kWeek, 102.0};
+    w.FlushEpoch();
+    EXPECT_EQ(FileText(), beforeSkipped);
+
+    PutSignal(w.m_aGpsL1[4], 5, kG05L1);
+    PutSignal(w.m_aGpsL2[4], 5, kG05L2);
+    PutSignal(w.m_aGpsL1[11], 12, kG12L1);
+    PutSignal(w.m_aGpsL2[11], 12, g12L2);
+    Flush(103.0);
+
+    SHeaderParts parts;
+    parts.m_szGpsTypes = kObsG6;
+    parts.m_szLast = "  2020     6    21     0     1   43.000000      GPS         TIME OF LAST OBS    \n";
+    const std::string g12L2Triple = "  86000000.500 4  22000002.750 4     -1500.250 4";
+    EXPECT_EQ(FileText(), HeaderText(parts) +
+                              "> 2020  6 21  0  1 40.0000000  0  2\n" +
+                              kG05L1Line + kG05L2Triple + "\n" +
+                              kG12L1Line + kBlankTriple + "\n" +
+                              "> 2020  6 21  0  1 41.0000000  0  2\n" +
+                              kG05L1Line + kG05L2Triple + "\n" +
+                              kG12L1Line + "  86000000.50014  22000002.750 4     -1500.250 4\n" +
+                              "> 2020  6 21  0  1 43.0000000  0  2\n" +
+                              "G05 110000000.25017  21000000.500 7     -1234.750 7" + kG05L2Triple + "\n" +
+                              kG12L1Line + g12L2Triple + "\n");
+}
+
+TEST_F(ObsEpochTest, L1PColumnMakesSevenGroupLines)
+{
+    CWriteRinexObs& w = Writer();
+    w.m_bSeenL2 = 1;
+    w.m_bSeenL1P = 1;
+    PutSignal(w.m_aGpsL1[4], 5, kG05L1);
+    PutSignal(w.m_aGpsL2[4], 5, kG05L2);
+    PutSignal(w.m_aGpsL1P[4], 5, {0.0, 21000001.0, 0.0, 6});
+    PutSignal(w.m_aGpsL1[11], 12, kG12L1);
+    Flush(100.0);
+
+    SHeaderParts parts;
+    parts.m_szGpsTypes = kObsG7;
+    const std::string g05 = kG05L1Line + kG05L2Triple + "  21000001.000 6";
+    const std::string g12 = kG12L1Line + kBlankTriple + "         0.000 0";
+    EXPECT_EQ(g05.size(), 115u);
+    EXPECT_EQ(g12.size(), 115u);
+    EXPECT_EQ(FileText(), HeaderText(parts) + "> 2020  6 21  0  1 40.0000000  0  2\n" + g05 + "\n" + g12 + "\n");
+}
+
+TEST_F(ObsEpochTest, GlonassLinesFollowGpsWithSlotWavelengths)
+{
+    CWriteRinexObs& w = Writer();
+    w.m_bSeenGlonass = 1;
+    w.m_bSeenL2 = 1;
+    g_aGlonassWavelength[0][0] = 0.2;
+    g_aGlonassWavelength[0][1] = 0.25;
+    g_aGlonassWavelength[1][0] = 0.125;
+
+    PutSignal(w.m_aGpsL1[4], 5, kG05L1);
+    PutSignal(w.m_aGloL1[0], 1, {100000000.5, 19000000.25, 500.125, 8});
+    PutSignal(w.m_aGloL2[0], 1, {80000000.25, 19000002.5, 388.875, 4});
+    PutSignal(w.m_aGloL1[1], 2, {101000000.5, 19500000.25, -250.5, 3});
+    Flush(119.99999996);
+
+    EXPECT_EQ(FileText(),
+              HeaderText(MixedAtMinuteTwo()) + "> 2020  6 21  0  2  0.0000000  0  3\n" +
+                  "G05 109999937.233 7  20999988.508 7     -1234.750 7" + kBlankTriple + "\n" +
+                  "R01  99999940.542 8  18999988.258 8       500.125 8  79999952.283 4  18999990.508 4       388.875 4\n" +
+                  "R02 100999904.566 3  19499988.258 3      -250.500 3" + kBlankTriple + "\n");
+    EXPECT_EQ(w.m_aGloL2[1].m_uRepeatLli, 1u);
+}
+
+TEST_F(ObsEpochTest, BeidouLinesCarrySeenBandsOnlyAndMarkReturningSatellites)
+{
+    CWriteRinexObs& w = Writer();
+    const SSignal c06B1 = {90000000.5, 25000000.75, -100.25, 5};
+    const SSignal c06B3 = {70000000.25, 25000004.5, -80.5, 4};
+    const SSignal c11B1 = {91000000.5, 26000000.25, 200.5, 6};
+    const SSignal c11B3 = {71000000.75, 26000003.0, 150.25, 5};
+    const std::string c06B1Text = "  90000000.500 5  25000000.750 5      -100.250 5";
+    const std::string c06B3Text = "  70000000.250 4  25000004.500 4       -80.500 4";
+    const std::string c11B1Text = "  91000000.500 6  26000000.250 6       200.500 6";
+    const std::string c11B3Text = "  71000000.750 5  26000003.000 5       150.250 5";
+
+    // B3 alone: three groups, and the file stays of type GPS.
+    w.m_abSeenBeidou[2] = 1;
+    PutSignal(w.m_aGpsL1[4], 5, kG05L1);
+    PutSignal(w.m_aBds[2][5], 6, c06B3);
+    Flush(100.0);
+    const std::string epoch1 = "> 2020  6 21  0  1 40.0000000  0  2\n" + kG05L1Line + "\n" + "C06" + c06B3Text + "\n";
+    EXPECT_EQ(FileText(), HeaderText(SHeaderParts{}) + epoch1);
+
+    // B1 and B3: six groups, B3 in the second triple.
+    w.m_abSeenBeidou[0] = 1;
+    PutSignal(w.m_aBds[0][5], 6, c06B1);
+    PutSignal(w.m_aBds[2][5], 6, c06B3);
+    PutSignal(w.m_aBds[0][10], 11, c11B1);
+    PutSignal(w.m_aBds[2][10], 11, c11B3);
+    Flush(101.0);
+
+    // C14 alone: the rows in front of it are marked in both bands.
+    PutSignal(w.m_aBds[0][13], 14, {92000000.25, 27000000.5, -300.75, 7});
+    PutSignal(w.m_aBds[2][13], 14, {72000000.5, 27000004.25, -230.5, 6});
+    Flush(102.0);
+
+    // C06 and C11 return; C06 without B3.
+    PutSignal(w.m_aBds[0][5], 6, c06B1);
+    PutSignal(w.m_aBds[0][10], 11, c11B1);
+    PutSignal(w.m_aBds[2][10], 11, c11B3);
+    Flush(103.0);
+
+    SHeaderParts parts;
+    parts.m_bMixed = true;
+    parts.m_szLast = "  2020     6    21     0     1   43.000000      GPS         TIME OF LAST OBS    \n";
+    const std::string c06Line = "C06" + c06B1Text + c06B3Text;
+    EXPECT_EQ(c06Line.size(), 99u);
+    EXPECT_EQ(FileText(), HeaderText(parts) + epoch1 +
+                              "> 2020  6 21  0  1 41.0000000  0  2\n" +
+                              c06Line + "\n" +
+                              "C11" + c11B1Text + c11B3Text + "\n" +
+                              "> 2020  6 21  0  1 42.0000000  0  1\n" +
+                              "C14  92000000.250 7  27000000.500 7      -300.750 7  72000000.500 6  27000004.250 6      -230.500 6\n" +
+                              "> 2020  6 21  0  1 43.0000000  0  2\n" +
+                              "C06  90000000.50015  25000000.750 5      -100.250 5" + kBlankTriple + "\n" +
+                              "C11  91000000.50016  26000000.250 6       200.500 6  71000000.75015  26000003.000 5       150.250 5\n");
+}
+
+TEST_F(ObsEpochTest, GlonassTablesFollowTheChannelOfEachSlot)
+{
+    // Wavelengths of the channels a run starts with: slot 1 has k = 1, slot 8 k = -6.
+    EXPECT_DOUBLE_EQ(g_aGlonassWavelength[0][0], 0.18707068086268086);
+    EXPECT_DOUBLE_EQ(g_aGlonassWavelength[7][1], 0.24111185925404643);
+
+    CWriteRinexObs& w = Writer();
+    PutSignal(w.m_aGpsL1[4], 5, kG05L1);
+    Flush(100.0);
+
+    // A slot's first ephemeris brings channel 3 for slot 3: the next flush
+    // shows it, and the wavelengths follow.
+    g_aGlonassChannel[2] = 11;
+    ComputeGlonassWavelengths();
+    EXPECT_DOUBLE_EQ(g_aGlonassWavelength[2][0], 0.18693944923808412);
+    PutSignal(w.m_aGpsL1[4], 5, kG05L1);
+    Flush(101.0);
+
+    SHeaderParts parts;
+    parts.m_szLast = "  2020     6    21     0     1   41.000000      GPS         TIME OF LAST OBS    \n";
+    parts.m_szSlots1 = " 24 R01  1 R02 -4 R03  3 R04  6 R05  1 R06 -4 R07  5 R08 -6 GLONASS SLOT / FRQ #\n";
+    EXPECT_EQ(FileText(), HeaderText(parts) + "> 2020  6 21  0  1 40.0000000  0  1\n" + kG05L1Line + "\n" +
+                              "> 2020  6 21  0  1 41.0000000  0  1\n" + kG05L1Line + "\n");
+}
+
+TEST_F(ObsEpochTest, WithoutStreamTheEpochIsStillCountedAndTimed)
+{
+    m_pWriter = std::make_unique<CWriteRinexObs>();
+    CWriteRinexObs& w = Writer();
+    w.BeginMarker("SITE A", "0042");
+    PutSignal(w.m_aGpsL1[4], 5, kG05L1);
+    PutSignal(w.m_aGpsL1[11], 12, kG12L1);
+    PutSignal(w.m_aGpsL1[13], 14, kG12L1);
+    Flush(119.99999996);
+    w.SetMarkerPosition(kSitePosition);
+    w.RemoveMarkerBlock();
+
+    EXPECT_EQ(RunStats.m_uEpochsWritten, 1u);
+    EXPECT_EQ(RunStats.m_uObsWritten, 3u);
+    EXPECT_EQ(RunStats.m_timeFirstEpoch.m_uWeek, kWeek);
+    EXPECT_EQ(RunStats.m_timeFirstEpoch.m_dSeconds, 119.99999996);
+    EXPECT_NEAR(w.m_dEpochRemainder, -4e-08, 1e-14);
+    EXPECT_FALSE(w.m_bEpochAccepted);
+    EXPECT_FALSE(w.m_aGpsL1[4].m_bValid);
+    // The header never ran, and no block was ever placed.
+    EXPECT_EQ(w.m_timeFirstObs.m_uWeek, 0u);
+    EXPECT_FALSE(w.m_bHeaderPlaced);
+    EXPECT_EQ(w.m_posMarkerStart, 0);
+    EXPECT_FALSE(w.m_bMarkerPositionSet);
+}
+
+} // namespace

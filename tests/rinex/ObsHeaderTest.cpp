@@ -1,0 +1,292 @@
+#include "rinex/ObsWriterTestSupport.h"
+
+#include <cstdio>
+#include <string>
+
+namespace
+{
+
+class ObsHeaderTest : public ObsFileFixture
+{
+};
+
+TEST_F(ObsHeaderTest, GpsOnlyHeaderIsRewrittenInPlaceWithLatchedIntervalAndLastObs)
+{
+    CWriteRinexObs& w = Writer();
+
+    PutSignal(w.m_aGpsL1[4], 5, kG05L1);
+    PutSignal(w.m_aGpsL1[11], 12, kG12L1);
+    Flush(100.0);
+    const std::string epoch1 = "> 2020  6 21  0  1 40.0000000  0  2\n" + kG05L1Line + "\n" + kG12L1Line + "\n";
+
+    SHeaderParts parts;
+    const std::string text1 = FileText();
+    EXPECT_EQ(text1, HeaderText(parts) + epoch1);
+    EXPECT_FALSE(w.m_bIntervalLatched);
+
+    // Every header line is 81 bytes with its line feed, up to END OF HEADER.
+    for (const std::string& line : LinesOf(text1))
+    {
+        if (line[0] == '>')
+            break;
+        EXPECT_EQ(line.size(), 81u) << line;
+    }
+
+    // The second epoch latches the interval from the distance of the first two.
+    PutSignal(w.m_aGpsL1[4], 5, kG05L1);
+    Flush(105.0);
+    const std::string epoch2 = "> 2020  6 21  0  1 45.0000000  0  1\n" + kG05L1Line + "\n";
+    parts.m_szInterval = kInterval5;
+    parts.m_szLast = "  2020     6    21     0     1   45.000000      GPS         TIME OF LAST OBS    \n";
+    EXPECT_EQ(FileText(), HeaderText(parts) + epoch1 + epoch2);
+    EXPECT_TRUE(w.m_bIntervalLatched);
+
+    // The third keeps it, though its distance differs.
+    PutSignal(w.m_aGpsL1[11], 12, kG12L1);
+    Flush(106.0);
+    const std::string epoch3 = "> 2020  6 21  0  1 46.0000000  0  1\n" + kG12L1Line + "\n";
+    parts.m_szLast = "  2020     6    21     0     1   46.000000      GPS         TIME OF LAST OBS    \n";
+    EXPECT_EQ(FileText(), HeaderText(parts) + epoch1 + epoch2 + epoch3);
+
+    EXPECT_EQ(RunStats.m_uEpochsWritten, 3u);
+    EXPECT_EQ(RunStats.m_uObsWritten, 4u);
+    EXPECT_EQ(RunStats.m_timeFirstEpoch.m_uWeek, kWeek);
+    EXPECT_EQ(RunStats.m_timeFirstEpoch.m_dSeconds, 100.0);
+}
+
+TEST_F(ObsHeaderTest, IntervalGivenOnCommandLineSurvivesTheLatch)
+{
+    m_pWriter = std::make_unique<CWriteRinexObs>(m_pFile, 30.0, true, nullptr);
+    CWriteRinexObs& w = Writer();
+
+    PutSignal(w.m_aGpsL1[4], 5, kG05L1);
+    Flush(100.0);
+    PutSignal(w.m_aGpsL1[4], 5, kG05L1);
+    Flush(105.0);
+
+    SHeaderParts parts;
+    parts.m_szInterval = "    30.000                                                  INTERVAL            \n";
+    parts.m_szLast = "  2020     6    21     0     1   45.000000      GPS         TIME OF LAST OBS    \n";
+    EXPECT_EQ(FileText(), HeaderText(parts) + "> 2020  6 21  0  1 40.0000000  0  1\n" + kG05L1Line + "\n" +
+                              "> 2020  6 21  0  1 45.0000000  0  1\n" + kG05L1Line + "\n");
+    EXPECT_TRUE(w.m_bIntervalLatched);
+    EXPECT_EQ(w.m_dInterval, 30.0);
+}
+
+TEST_F(ObsHeaderTest, FirstObsShowsSixtyWhereLastObsCarriesAndWholeSecondsEndInOne)
+{
+    CWriteRinexObs& w = Writer();
+
+    // 00:01:59.9999999 has seven decimals of its own, so the first observation
+    // takes no carry and rounds to 60 in six decimals, while the last
+    // observation's half unit carries it into the next minute.
+    PutSignal(w.m_aGpsL1[4], 5, kG05L1);
+    Flush(119.9999999);
+    SHeaderParts parts;
+    parts.m_szFirst = "  2020     6    21     0     1   60.000000      GPS         TIME OF FIRST OBS   \n";
+    parts.m_szLast = "  2020     6    21     0     2    0.000000      GPS         TIME OF LAST OBS    \n";
+    const std::string epoch1 = "> 2020  6 21  0  1 59.9999999  0  1\n" + kG05L1Line + "\n";
+    EXPECT_EQ(FileText(), HeaderText(parts) + epoch1);
+
+    // On a whole second the half unit sits on the rounding edge: Thursday
+    // 12:00:00 shows 0.000001.
+    PutSignal(w.m_aGpsL1[4], 5, kG05L1);
+    Flush(388800.0);
+    parts.m_szInterval = "388680.000                                                  INTERVAL            \n";
+    parts.m_szLast = "  2020     6    25    12     0    0.000001      GPS         TIME OF LAST OBS    \n";
+    EXPECT_EQ(FileText(),
+              HeaderText(parts) + epoch1 + "> 2020  6 25 12  0  0.0000000  0  1\n" + kG05L1Line + "\n");
+}
+
+TEST_F(ObsHeaderTest, ExternalLinesReplaceDefaultsAndComputedPositionWins)
+{
+    g_ExternalHeader.m_bPresent = 1;
+    std::snprintf(g_ExternalHeader.m_szObserverLine, kHeaderLineSize, "%s",
+                  "OBSERVER            COMPANY                                 OBSERVER / AGENCY   ");
+    std::snprintf(g_ExternalHeader.m_szMarkerNameLine, kHeaderLineSize, "%s",
+                  "PIER 7                                                      MARKER NAME         ");
+    // Shorter than 80: it kept the line end it was read with, and the padding
+    // follows it as a line of blanks.
+    const std::string numberLine = "SITE#" + std::string(55, ' ') + "MARKER NUMBER\n";
+    std::snprintf(g_ExternalHeader.m_szMarkerNumberLine, kHeaderLineSize, "%s", numberLine.c_str());
+    const std::string numberOutput = numberLine + std::string(80 - numberLine.size(), ' ') + "\n";
+    std::snprintf(g_ExternalHeader.m_szReceiverLine, kHeaderLineSize, "%s",
+                  "RX123               MERIDOR             APP_1.2             REC # / TYPE / VERS ");
+    std::snprintf(g_ExternalHeader.m_szAntennaLine, kHeaderLineSize, "%s",
+                  "                    CHOKE                                   ANT # / TYPE        ");
+    std::snprintf(g_ExternalHeader.m_szAntennaDeltaLine, kHeaderLineSize, "%s",
+                  "1.250               0.000               0.000               ANTENNA: DELTA H/E/N");
+    std::snprintf(g_ExternalHeader.m_szApproxPositionLine, kHeaderLineSize, "%s",
+                  "        1.0000        2.0000        3.0000                  APPROX POSITION XYZ ");
+
+    const std::string head = kTypeGps + kPgm +
+                             "OBSERVER            COMPANY                                 OBSERVER / AGENCY   \n"
+                             "PIER 7                                                      MARKER NAME         \n" +
+                             numberOutput +
+                             "RX123               MERIDOR             APP_1.2             REC # / TYPE / VERS \n" +
+                             kClockOffs;
+    const std::string middle = "                    CHOKE                                   ANT # / TYPE        \n"
+                               "1.250               0.000               0.000               ANTENNA: DELTA H/E/N\n" +
+                               kInterval1 + kObsG3 + kObsR + kObsC + kFirstAt140 + kLastAt140;
+    const std::string tail = kSlots1 + kSlots2 + kSlots3 + kCodPhs + kEndOfHeader + "> 2020  6 21  0  1 40.0000000  0  1\n" +
+                             kG05L1Line + "\n";
+
+    // Without a computed position the external position line stands, and
+    // there is no comment in its place.
+    PutSignal(Writer().m_aGpsL1[4], 5, kG05L1);
+    Flush(100.0);
+    EXPECT_EQ(FileText(),
+              head + "        1.0000        2.0000        3.0000                  APPROX POSITION XYZ \n" + middle + tail);
+
+    // A position from the command line wins over the external line.
+    std::FILE* second = std::fopen(m_Dir.Path("second.rnx").c_str(), "w+");
+    ASSERT_NE(second, nullptr);
+    CWriteRinexObs& w2 = *(m_pWriter = std::make_unique<CWriteRinexObs>(second, 1.0, false, kSitePosition));
+    PutSignal(w2.m_aGpsL1[4], 5, kG05L1);
+    Flush(100.0);
+    std::fflush(second);
+    EXPECT_EQ(MaskRunDate(m_Dir.ReadFile("second.rnx")),
+              head + "  3845123.2500  1234567.5000 -4987654.1250                  APPROX POSITION XYZ \n" + middle +
+                  tail);
+    std::fclose(second);
+}
+
+TEST_F(ObsHeaderTest, MovingSiteRecordsFollowTheHeaderAndAreRewrittenOnThemselves)
+{
+    CWriteRinexObs& w = Writer();
+    w.SetMovingAtStart(true);
+
+    PutSignal(w.m_aGpsL1[4], 5, kG05L1);
+    Flush(100.0);
+    PutSignal(w.m_aGpsL1[4], 5, kG05L1);
+    Flush(101.0);
+
+    SHeaderParts parts;
+    parts.m_szLast = "  2020     6    21     0     1   41.000000      GPS         TIME OF LAST OBS    \n";
+    EXPECT_EQ(FileText(), HeaderText(parts) + kMovingRecords + "> 2020  6 21  0  1 40.0000000  0  1\n" + kG05L1Line +
+                              "\n" + "> 2020  6 21  0  1 41.0000000  0  1\n" + kG05L1Line + "\n");
+}
+
+TEST_F(ObsHeaderTest, IntervalWiderThanItsFieldIsCutSoEpochsStayIntact)
+{
+    m_pWriter = std::make_unique<CWriteRinexObs>(m_pFile, 12345678.0, true, nullptr);
+    CWriteRinexObs& w = Writer();
+
+    PutSignal(w.m_aGpsL1[4], 5, kG05L1);
+    Flush(100.0);
+    PutSignal(w.m_aGpsL1[4], 5, kG05L1);
+    Flush(101.0);
+
+    SHeaderParts parts;
+    parts.m_szInterval = "12345678.000                                                  INTERVAL          \n";
+    parts.m_szLast = "  2020     6    21     0     1   41.000000      GPS         TIME OF LAST OBS    \n";
+    EXPECT_EQ(FileText(), HeaderText(parts) + "> 2020  6 21  0  1 40.0000000  0  1\n" + kG05L1Line + "\n" +
+                              "> 2020  6 21  0  1 41.0000000  0  1\n" + kG05L1Line + "\n");
+}
+
+TEST_F(ObsHeaderTest, EpochWithoutSatellitesWritesOnlyTheHeader)
+{
+    // G05 is valid but without its lock flag: it doesn't count as observed.
+    PutSignal(Writer().m_aGpsL1[4], 5, kG05L1, false);
+    Flush(100.0);
+
+    EXPECT_EQ(FileText(), HeaderText(SHeaderParts{}));
+    EXPECT_EQ(RunStats.m_uEpochsWritten, 0u);
+    EXPECT_EQ(RunStats.m_uObsWritten, 0u);
+    EXPECT_EQ(RunStats.m_timeFirstEpoch.m_dSeconds, 100.0);
+}
+
+} // namespace
+
+namespace
+{
+
+class ObsHeaderGrowthTest : public ObsFileFixture
+{
+protected:
+    // An epoch line of 2020-06-21 00:MM:SS with `count` satellites.
+    static std::string EpochLine(double secondsOfWeek, int count)
+    {
+        const int minute = static_cast<int>(secondsOfWeek) / 60;
+        char line[64];
+        std::snprintf(line, sizeof(line), "> 2020  6 21  0%3d%11.7f  0%3d\n", minute, secondsOfWeek - minute * 60,
+                      count);
+        return line;
+    }
+};
+
+TEST_F(ObsHeaderGrowthTest, GlonassAfterGpsOnlyStartMovesEverythingBehindTheHeaderUpByOneLine)
+{
+    CWriteRinexObs& w = Writer();
+    PutSignal(w.m_aGpsL1[4], 5, kG05L1);
+    Flush(100.0);
+    PutSignal(w.m_aGpsL1[11], 12, kG12L1);
+    Flush(101.0);
+    const std::string epoch1 = EpochLine(100.0, 1) + kG05L1Line + "\n";
+    const std::string epoch2 = EpochLine(101.0, 1) + kG12L1Line + "\n";
+
+    // A provisional block stands behind E2 when the first GLONASS data come.
+    w.BeginMarker("SITE A", "0042");
+    w.m_bSeenGlonass = 1;
+    w.m_bSeenL2 = 1;
+    PutSignal(w.m_aGpsL1[4], 5, kG05L1);
+    PutSignal(w.m_aGloL1[0], 1, {100000000.5, 19000000.25, 500.125, 8});
+    Flush(102.0);
+
+    SHeaderParts parts;
+    parts.m_bMixed = true;
+    parts.m_szGpsTypes = kObsG6;
+    parts.m_szLast = "  2020     6    21     0     1   42.000000      GPS         TIME OF LAST OBS    \n";
+    const std::string epoch3 = EpochLine(102.0, 2) + kG05L1Line + kBlankTriple + "\n" +
+                               "R01 100000000.500 8  19000000.250 8       500.125 8" + kBlankTriple + "\n";
+    EXPECT_EQ(FileText(), HeaderText(parts) + epoch1 + epoch2 + epoch3 + MarkerBlock(kBlockEventBlank));
+
+    // The block is open at its new place: its position and its stamp land there.
+    w.SetMarkerPosition(kSitePosition);
+    PutSignal(w.m_aGpsL1[4], 5, kG05L1);
+    Flush(103.0);
+    parts.m_szLast = "  2020     6    21     0     1   43.000000      GPS         TIME OF LAST OBS    \n";
+    const std::string epoch4 = EpochLine(103.0, 1) + kG05L1Line + kBlankTriple + "\n";
+    EXPECT_EQ(FileText(), HeaderText(parts) + epoch1 + epoch2 + epoch3 +
+                              MarkerBlock("> 2020  6 21  0  1 43.0000000  3  5\n", kBlockPosition) + epoch4);
+}
+
+TEST_F(ObsHeaderGrowthTest, BeidouB1AfterLongGpsOnlyRunKeepsMovingRecordsAndOpenBlockInPlace)
+{
+    CWriteRinexObs& w = Writer();
+    w.SetMovingAtStart(true);
+    w.BeginMarker("SITE A", "0042");
+
+    // Forty epochs of twelve satellites: far more data than one chunk of the move.
+    std::string epochs;
+    std::string firstEpoch;
+    for (int i = 0; i < 40; ++i)
+    {
+        for (int32_t prn = 1; prn <= 12; ++prn)
+            PutSignal(w.m_aGpsL1[prn - 1], prn, kG05L1);
+        Flush(100.0 + i);
+        std::string epoch = EpochLine(100.0 + i, 12);
+        for (int32_t prn = 1; prn <= 12; ++prn)
+            epoch += (prn < 10 ? "G0" : "G1") + std::to_string(prn % 10) + kG05L1Line.substr(3) + "\n";
+        (i == 0 ? firstEpoch : epochs) += epoch;
+    }
+    ASSERT_GT(epochs.size(), 3u * 4096u);
+
+    w.m_abSeenBeidou[0] = 1;
+    PutSignal(w.m_aGpsL1[4], 5, kG05L1);
+    PutSignal(w.m_aBds[0][5], 6, {90000000.5, 25000000.75, -100.25, 5});
+    Flush(140.0);
+    // The block behind the first epoch was stamped by the second; its
+    // position comes now and must reach it at its new place.
+    w.SetMarkerPosition(kSitePosition);
+
+    SHeaderParts parts;
+    parts.m_bMixed = true;
+    parts.m_szLast = "  2020     6    21     0     2   20.000000      GPS         TIME OF LAST OBS    \n";
+    const std::string last = EpochLine(140.0, 2) + kG05L1Line + "\n" +
+                             "C06  90000000.500 5  25000000.750 5      -100.250 5\n";
+    EXPECT_EQ(FileText(), HeaderText(parts) + kMovingRecords + firstEpoch +
+                              MarkerBlock("> 2020  6 21  0  1 41.0000000  3  5\n", kBlockPosition) + epochs + last);
+}
+
+} // namespace
