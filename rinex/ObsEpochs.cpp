@@ -5,29 +5,18 @@
 
 #include "driver/RunStats.h"
 #include "gnsstime/GpsTime.h"
+#include "navstate/GlonassFrequencies.h"
 #include "platform/FileIo.h"
 #include "platform/Trace.h"
 #include "rinex/ObsWriter.h"
 
 // The epoch records of the observation file: the flush of the pending epoch,
-// its epoch line and one line per satellite, and the carrier tables the
-// phase corrections need. Nothing here allocates; lines are built in local
-// buffers.
-
-// Frequency channel number plus 8 of every GLONASS slot, until the slot's
-// first ephemeris brings the channel the satellite actually uses.
-int16_t g_aGlonassChannel[kGlonassSlots] = {
-    9, 4, 13, 14, 9, 4, 13, 2,   // slots 1-8
-    6, 1, 8,  7,  6, 1, 8,  7,   // slots 9-16
-    12, 5, 11, 10, 12, 5, 11, 10, // slots 17-24
-};
-
-double g_aGlonassWavelength[kGlonassSlots][2] = {};
+// its epoch line and one line per satellite. Nothing here allocates; lines
+// are built in local buffers.
 
 namespace
 {
 
-constexpr double kSpeedOfLight = 299792458.0; // m/s
 constexpr double kGpsL1Hz = 1575419999.9999988;
 constexpr double kGpsL2Hz = 1227600000.0000012;
 constexpr double kBdsWavelength[kBdsBands] = {
@@ -35,12 +24,6 @@ constexpr double kBdsWavelength[kBdsBands] = {
     0.248349369584306, // B2
     0.236332464604421, // B3
 };
-
-// GLONASS carriers: base frequency and channel spacing of each band, Hz.
-constexpr double kGloL1BaseHz = 1.602e9;
-constexpr double kGloL1StepHz = 562500.0;
-constexpr double kGloL2BaseHz = 1.246e9;
-constexpr double kGloL2StepHz = 437500.0;
 
 // Satellite list limits of one epoch line: GPS alone, GPS and GLONASS, all.
 constexpr uint32_t kMaxGpsInList = 12;
@@ -131,16 +114,6 @@ void PutLine(std::FILE* file, const char* line)
 }
 
 } // namespace
-
-void ComputeGlonassWavelengths()
-{
-    for (uint32_t slot = 0; slot < kGlonassSlots; ++slot)
-    {
-        const double k = static_cast<double>(g_aGlonassChannel[slot] - 8);
-        g_aGlonassWavelength[slot][0] = kSpeedOfLight / (k * kGloL1StepHz + kGloL1BaseHz);
-        g_aGlonassWavelength[slot][1] = kSpeedOfLight / (k * kGloL2StepHz + kGloL2BaseHz);
-    }
-}
 
 double CWriteRinexObs::CalendarForPrint(const GpsTime& time, SCalendarTime& calendar, char (&text)[32],
                                         double& exactSeconds)

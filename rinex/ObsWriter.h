@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "gnsstime/GpsTime.h"
+#include "navstate/GlonassFrequencies.h"
 #include "navstate/NavState.h"
 #include "platform/FileIo.h"
 
@@ -35,13 +36,6 @@ struct SExternalHeader
     char m_szApproxPositionLine[kHeaderLineSize];
 };
 extern SExternalHeader g_ExternalHeader;
-
-// Frequency channel number plus 8 of each GLONASS slot 1 to 24 (row slot - 1).
-extern int16_t g_aGlonassChannel[kGlonassSlots];
-// L1 and L2 wavelength in metres of each GLONASS slot (row slot - 1).
-extern double g_aGlonassWavelength[kGlonassSlots][2];
-// Computes g_aGlonassWavelength from g_aGlonassChannel for all slots.
-void ComputeGlonassWavelengths();
 
 constexpr uint32_t kBdsBands = 3;
 constexpr uint32_t kEpochListSize = 47; // satellites of one epoch line, all systems
