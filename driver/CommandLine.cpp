@@ -150,41 +150,47 @@ void CloseStream(std::FILE*& stream)
 
 void PrintHelp()
 {
-    std::fputs("\n", stderr);
-    std::fprintf(stderr, "Obsforge Version %s\n", kObsforgeVersion);
-    std::fputs("\n", stderr);
-    std::fputs("Tallowmere Binary to RINEX v3.0.2 converter\n", stderr);
-    std::fputs("\n", stderr);
-    std::fputs("Usage: Obsforge [-E:mask] [-L:locFile] [-N:epoch] [-B] [-H] [-R] [-I] [-S] [-P1] infile\n"
-               "                [ObsOutFile [GpsNavFile] [GlonassNavFile] [BeiDouNavFile]\n\n",
-               stderr);
-    std::fputs("       -E specifies an Elevation Mask, Satellites below mask are excluded\n"
-               "          from the obs file. You must specify a location file to use this\n"
-               "          option.  Units are 0 to 90 deg\n",
-               stderr);
-    std::fputs("       -H specifies the external header file.\n", stderr);
-    std::fputs("       -R read in $GPGGA and $JSITERECORD data from binary file.\n", stderr);
-    std::fputs("       -I specifies the data that should be included: (L1_ONLY) or (L1L2).\n", stderr);
-    std::fputs("       -S Output file for Rinex summary\n", stderr);
-    std::fputs("       -L can specify either: 1) a location file containing one line of text\n"
-               "          giving LAT,LON,HGT or 2) LAT,LON,HGT directly on the command line\n"
-               "          following the -L:.  Units are degrees(+-90), degrees(+-180) and\n"
-               "          meters. LAT,LON,HGT is needed for the APPROX POSITION XYZ in the Obs\n"
-               "          Header and also for elevation mask computations if the -E option\n"
-               "          is used.  HGT is taken as zero if omitted.\n",
-               stderr);
-    std::fputs("       -N specifies the Obs File Interval in seconds, default is 1.\n", stderr);
-    std::fputs("       -B Output satellite observation Before its ephemeris arrives.\n", stderr);
-    std::fputs("       -P1 Output L1(P) observation if available.\n\n", stderr);
-    std::fputs("       ObsOutFile and NavOutFile are optional, but you must include\n"
-               "       the ObsOutFile if you include the NavOutFile.  If neither are\n"
-               "       given, there will be no output.\n\n",
-               stderr);
-    std::fputs("\n", stderr);
-    std::fputs("Binary L1 GPS Only Data Logs required:        93, 94, 95, 96\n", stderr);
-    std::fputs("Binary L1/L2 GPS Only Data Logs required:     93, 94, 95, 76\n", stderr);
-    std::fputs("Additional Binary GLONASS Data Logs required: 65, 66\n", stderr);
-    std::fputs("Additional Binary BeiDou Data Logs required:  35, 36\n", stderr);
+    // The texts as they are printed, in order; the version goes into the second.
+    static const char* const kHelpTexts[] = {
+        "\n",
+        nullptr, // "Obsforge Version %s\n"
+        "\n",
+        "Tallowmere Binary to RINEX v3.0.2 converter\n",
+        "\n",
+        "Usage: Obsforge [-E:mask] [-L:locFile] [-N:epoch] [-B] [-H] [-R] [-I] [-S] [-P1] infile\n"
+        "                [ObsOutFile [GpsNavFile] [GlonassNavFile] [BeiDouNavFile]\n\n",
+        "       -E specifies an Elevation Mask, Satellites below mask are excluded\n"
+        "          from the obs file. You must specify a location file to use this\n"
+        "          option.  Units are 0 to 90 deg\n",
+        "       -H specifies the external header file.\n",
+        "       -R read in $GPGGA and $JSITERECORD data from binary file.\n",
+        "       -I specifies the data that should be included: (L1_ONLY) or (L1L2).\n",
+        "       -S Output file for Rinex summary\n",
+        "       -L can specify either: 1) a location file containing one line of text\n"
+        "          giving LAT,LON,HGT or 2) LAT,LON,HGT directly on the command line\n"
+        "          following the -L:.  Units are degrees(+-90), degrees(+-180) and\n"
+        "          meters. LAT,LON,HGT is needed for the APPROX POSITION XYZ in the Obs\n"
+        "          Header and also for elevation mask computations if the -E option\n"
+        "          is used.  HGT is taken as zero if omitted.\n",
+        "       -N specifies the Obs File Interval in seconds, default is 1.\n",
+        "       -B Output satellite observation Before its ephemeris arrives.\n",
+        "       -P1 Output L1(P) observation if available.\n\n",
+        "       ObsOutFile and NavOutFile are optional, but you must include\n"
+        "       the ObsOutFile if you include the NavOutFile.  If neither are\n"
+        "       given, there will be no output.\n\n",
+        "\n",
+        "Binary L1 GPS Only Data Logs required:        93, 94, 95, 96\n",
+        "Binary L1/L2 GPS Only Data Logs required:     93, 94, 95, 76\n",
+        "Additional Binary GLONASS Data Logs required: 65, 66\n",
+        "Additional Binary BeiDou Data Logs required:  35, 36\n",
+    };
+    for (const char* text : kHelpTexts)
+    {
+        if (text == nullptr)
+            std::fprintf(stderr, "Obsforge Version %s\n", kObsforgeVersion);
+        else
+            std::fputs(text, stderr);
+    }
 }
 
 void ReadArguments(int argc, const char* const* argv, SRunStreams& streams)
