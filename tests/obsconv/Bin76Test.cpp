@@ -1,0 +1,196 @@
+#include <string>
+#include <vector>
+
+#include "logbuild/Bin76Encoder.h"
+#include "logbuild/Bin96Encoder.h"
+#include "obsconv/Bin76Decoder.h"
+#include "support/ExpectedObsText.h"
+#include "support/ToolRun.h"
+#include "tests/obsconv/ObsconvTestSupport.h"
+
+namespace
+{
+SBin76Signal Signal(double code, double phase, double doppler, double snr, uint8_t slip = 0)
+{
+    return SBin76Signal{true, code, phase, doppler, snr, slip, true};
+}
+
+class Bin76Decoder : public CObsconvTest
+{
+protected:
+    // Decodes channel `n` of a frame holding `channels` into the L1 C/A, L2
+    // and L1 P slots of m_aSlot. The bits a decoder must pass over (record
+    // word 0 bits 12-23, channel word bits 8-12, L1 P word bits 28-31) are
+    // set, so that a wrong mask shows; empty records stay all zero.
+    void Decode(const std::vector<SBin76Channel>& channels, uint32_t n = 0)
+    {
+        Bytes frame = MakeBin76Frame(2111, 100.0, channels); // 460 bytes: an overread shows under the sanitizer
+        for (size_t ch = 0; ch < 12; ++ch)
+        {
+            for (size_t record : {24 + 12 * ch, 168 + 12 * ch})
+                if (Bytes(frame.begin() + record, frame.begin() + record + 12) != Bytes(12, 0))
+                {
+                    frame[record + 1] |= 0xA0;
+                    frame[record + 2] |= 0xAA;
+                }
+            frame[349 + 4 * ch] |= 0x15;
+            frame[411 + 4 * ch] |= 0xA0;
+        }
+        for (uint32_t signal : {kSignalL1, kSignalGpsL2, kSignalGpsL1P})
+        {
+            m_aSlot[signal].m_uChannel = n;
+            m_aSlot[signal].m_uSignal = signal;
+            DecodeBin76Slot(m_aSlot[signal], frame.data());
+        }
+    }
+
+    SObsSlot m_aSlot[3]{};
+};
+
+TEST_F(Bin76Decoder, CodeAndPhaseAreRebuiltOnTheAnchorAcrossFragmentCarriesAndBorrows)
+{
+    // Anchors 0x1406F0010 and 0x1406FFFF0 (1/256 m) put the L2 and L1 P code
+    // fragments across the 16-bit boundary; the phases lie up to 4000 cycles
+    // off the code estimate, across the 8192-cycle boundary.
+    const struct
+    {
+        const char* m_szWhat;
+        double m_dL1Code, m_dL2Code, m_dPCode, m_dL1Phase, m_dL2Phase, m_dDoppler;
+    } cases[] = {
+        {"codes borrow, L1 phase borrows, L2 phase carries", 20999936.0625, 20999935.9375, 20999935.8125,
+         110351431.75, 85994424.5, -1234.5},
+        {"codes carry, L2 phase borrows", 21000191.9375, 21000192.0625, 21000192.1875, 110360653.5, 85988776.0,
+         16000.25},
+        {"no boundary, values off the grid", 23456789.123, 23456794.801, 23456789.423, 123267493.5, 96050000.3,
+         -4321.123},
+    };
+    for (const auto& c : cases)
+    {
+        SCOPED_TRACE(c.m_szWhat);
+        std::vector<SBin76Channel> channels(12);
+        channels[11].m_uPrn = 5;
+        channels[11].m_L1 = Signal(c.m_dL1Code, c.m_dL1Phase, c.m_dDoppler, 20.0);
+        channels[11].m_L2 = Signal(c.m_dL2Code, c.m_dL2Phase, -c.m_dDoppler / 2, 10.0);
+        channels[11].m_L1P = SBin76L1P{c.m_dPCode, 12.0};
+        Decode(channels, 11);
+        const SObsSlot& l1 = m_aSlot[kSignalL1];
+        const SObsSlot& l2 = m_aSlot[kSignalGpsL2];
+        const SObsSlot& p = m_aSlot[kSignalGpsL1P];
+        const double code = 1.0 / 512, phase = 1.0 / 2048, doppler = 1.0 / 1024; // half a unit each
+        EXPECT_NEAR(l1.m_dPseudorange, c.m_dL1Code, code);
+        EXPECT_NEAR(l2.m_dPseudorange, c.m_dL2Code, code);
+        EXPECT_NEAR(p.m_dPseudorange, c.m_dPCode, code);
+        EXPECT_NEAR(l1.m_dPhase, c.m_dL1Phase, phase);
+        EXPECT_NEAR(l2.m_dPhase, c.m_dL2Phase, phase);
+        EXPECT_NEAR(p.m_dPhase, c.m_dL1Phase, phase); // the L1 record's phase, placed on the L1 P code
+        EXPECT_NEAR(l1.m_dDoppler, c.m_dDoppler, doppler);
+        EXPECT_NEAR(l2.m_dDoppler, -c.m_dDoppler / 2, doppler);
+        EXPECT_NEAR(l1.m_dSnr, 20.0, 0.01);
+        EXPECT_NEAR(l2.m_dSnr, 10.0, 0.03);
+        EXPECT_NEAR(p.m_dSnr, 12.0, 0.03);
+        for (const SObsSlot& slot : m_aSlot)
+            EXPECT_TRUE(slot.m_uPRN == 5 && slot.m_bGoodLock && slot.m_uSlipDelta == 0);
+    }
+}
+
+TEST_F(Bin76Decoder, AnEmptyRecordOrANumberAbove32EmptiesOnlyTheSlotsConcerned)
+{
+    SBin76Channel g05{5, Signal(21000000.5, 110355000.25, 100.0, 20.0, 10),
+                      Signal(21000003.25, 85992000.75, 80.0, 10.0, 40), SBin76L1P{21000001.75, 12.0}};
+    Decode({g05});
+    const double l2Code = m_aSlot[kSignalGpsL2].m_dPseudorange;
+
+    // No L2, no L1 P signal to noise: only the L2 slot empties, keeping its measurements.
+    g05.m_L2.m_bPresent = false;
+    g05.m_L1.m_uSlipCounter = 12;
+    g05.m_L1P = SBin76L1P{21000002.0, 0.0};
+    Decode({g05});
+    EXPECT_EQ(m_aSlot[kSignalL1].m_uPRN, 5u);
+    EXPECT_EQ(m_aSlot[kSignalGpsL2].m_uPRN, 0u);
+    EXPECT_EQ(m_aSlot[kSignalGpsL2].m_dPseudorange, l2Code);
+    const SObsSlot& p = m_aSlot[kSignalGpsL1P];
+    EXPECT_TRUE(p.m_uPRN == 5 && p.m_dSnr == 0.0 && p.m_dPseudorange == 21000002.0);
+    EXPECT_TRUE(p.m_uSlipDelta == 2 && m_aSlot[kSignalL1].m_uSlipDelta == 2); // both read the L1 counter
+
+    // A number above 32 has L1 C/A only.
+    g05.m_uPrn = 120;
+    g05.m_L2.m_bPresent = true;
+    Decode({g05});
+    EXPECT_EQ(m_aSlot[kSignalL1].m_uPRN, 120u);
+    EXPECT_EQ(m_aSlot[kSignalGpsL2].m_uPRN, 0u);
+    EXPECT_EQ(m_aSlot[kSignalGpsL1P].m_uPRN, 0u);
+
+    // Channels past the twelfth are never read.
+    Decode(std::vector<SBin76Channel>(15, g05), 12);
+    EXPECT_EQ(m_aSlot[kSignalL1].m_uPRN, 120u);
+}
+
+// Whole runs. Measurements sit on the message's grid and epochs on whole
+// seconds, so the file shows them exactly. Strengths follow from the dB values.
+SBin76Channel G05(uint8_t l2Slip = 0)
+{
+    return {5, Signal(21000000.5, 110355000.25, -1234.75, 23.0),   // strength 9
+            Signal(21000003.25, 85992000.75, -962.5, 13.7, l2Slip), // strength 6
+            SBin76L1P{21000001.75, 15.0}};                          // strength 7
+}
+
+SBin76Channel G12(bool withL2)
+{
+    SBin76Channel c{12, Signal(22000000.375, 115611000.125, 2345.625, 8.0), // strength 3
+                    Signal(22000002.75, 90086000.5, 1827.25, 10.5),         // strength 5
+                    SBin76L1P{22000000.5, 0.0}};                            // no value: strength 2
+    c.m_L2.m_bPresent = withL2;
+    return c;
+}
+
+SBin76Channel Sat120()
+{
+    SBin76Channel c = G05();
+    c.m_uPrn = 120;
+    return c;
+}
+
+const std::string kG05 = "G05 110355000.250 9  21000000.500 9      1234.750 9";
+const std::string kG05L2 = "  85992000.750 6  21000003.250 6       962.500 6";
+const std::string kG12 = "G12 115611000.125 3  22000000.375 3     -2345.625 3";
+const std::string kG12L2 = "  90086000.500 5  22000002.750 5     -1827.250 5";
+const std::string kBlank = "         0.000 0         0.000 0         0.000 0";
+const std::string kEpochAt = "> 2020  6 21  0  1 ";
+
+TEST(Bin76Run, DualFrequencyLogWritesL2ColumnsWithBlanksAndLossOfLockMarks)
+{
+    Bytes log;
+    AppendBytes(log, MakeBin76Frame(2111, 100.0, {G05(), Sat120(), G12(false)}));
+    // BIN76 came first: a BIN96 is shut out, however new its time.
+    AppendBytes(log, MakeBin96Frame(2111, 101.0, {SBin96Channel{7, 200, 0, true, 0, 2.2e7, 2.2e7}}));
+    AppendBytes(log, MakeBin76Frame(2111, 101.0, {G05(), Sat120(), G12(true)}));
+    AppendBytes(log, MakeBin76Frame(2111, 102.0, {G05(3), Sat120(), G12(true)}));
+    CScratchDir dir;
+    dir.WriteFile("in.log", log);
+    EXPECT_EQ(RunObsforgeTool({"in.log", "obs"}, dir.Dir()).m_iExitStatus, 0);
+
+    SHeaderParts parts;
+    parts.m_szGpsTypes = kObsG6;
+    parts.m_szLast = "  2020     6    21     0     1   42.000000      GPS         TIME OF LAST OBS    \n";
+    EXPECT_EQ(MaskRunDate(dir.ReadFile("obs")),
+              HeaderText(parts) + kEpochAt + "40.0000000  0  2\n" + kG05 + kG05L2 + "\n" + kG12 + kBlank + "\n" +
+                  kEpochAt + "41.0000000  0  2\n" + kG05 + kG05L2 + "\n" +
+                  kG12 + "  90086000.50015  22000002.750 5     -1827.250 5\n" + // after the blank: marked
+                  kEpochAt + "42.0000000  0  2\n" +
+                  kG05 + "  85992000.75016  21000003.250 6       962.500 6\n" + // L2 slip counter moved
+                  kG12 + kG12L2 + "\n");
+}
+
+TEST(Bin76Run, OptionP1AddsTheL1PCodeColumn)
+{
+    CScratchDir dir;
+    dir.WriteFile("in.log", MakeBin76Frame(2111, 100.0, {G05(), G12(false)}));
+    EXPECT_EQ(RunObsforgeTool({"-P1", "in.log", "obs"}, dir.Dir()).m_iExitStatus, 0);
+
+    SHeaderParts parts;
+    parts.m_szGpsTypes = kObsG7;
+    EXPECT_EQ(MaskRunDate(dir.ReadFile("obs")), HeaderText(parts) + kEpochAt + "40.0000000  0  2\n" + kG05 +
+                                                    kG05L2 + "  21000001.750 7\n" + kG12 + kBlank +
+                                                    "  22000000.500 2\n");
+}
+} // namespace
