@@ -118,13 +118,15 @@ bool DispatchBinFrame(const uint8_t* frame, uint32_t length, SLoopState& loop)
     else if (IsMessage<SBinaryMsg95>(number, length))
     {
         ++loop.m_auCount[eCount95];
-        // GPS ephemeris intake, then the GPS navigation writer's pending pass.
+        g_GpsNavState.OnBin95(frame);
+        // The GPS navigation writer's pending pass follows here.
         ++RunStats.m_uGpsEphFound;
     }
     else if (IsMessage<SBinaryMsg93>(number, length))
     {
         ++loop.m_auCount[eCount93];
-        // SBAS ephemeris intake, then the GPS navigation writer's pending pass.
+        g_GpsNavState.OnBin93(frame);
+        // The GPS navigation writer's pending pass follows here.
         ++RunStats.m_uSbasEphFound;
     }
     else if (IsMessage<SBinaryMsg94>(number, length))
@@ -136,7 +138,8 @@ bool DispatchBinFrame(const uint8_t* frame, uint32_t length, SLoopState& loop)
     else if (IsMessage<SBinaryMsg65>(number, length))
     {
         ++loop.m_auCount[eCount65];
-        // GLONASS ephemeris intake, then the GLONASS navigation writer's pending pass.
+        g_GlonassNavState.OnBin65(frame);
+        // The GLONASS navigation writer's pending pass follows here.
         ++RunStats.m_uGlonassEphFound;
     }
     else if (IsMessage<SBinaryMsg66>(number, length))

@@ -88,11 +88,6 @@ CGpsNavState::~CGpsNavState()
     m_pMessageCache = nullptr;
 }
 
-void CGpsNavState::OnBin95(const uint8_t* /*frame*/)
-{
-    // The GPS ephemeris intake (subframes 1 to 3 into a record) plugs in here.
-}
-
 int32_t CGpsNavState::SatIndexFromPRN(int32_t prn)
 {
     if (prn < 1)

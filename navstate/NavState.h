@@ -66,6 +66,10 @@ public:
     uint8_t (*m_pMessageCache)[140]; // last BIN95 or BIN93 of each row
 };
 
+// Compares the data words (3 to 10 of each subframe) of a cached BIN95 with
+// those of a new one: 0 when they are alike, else not 0.
+int CompareBin95(const uint8_t* cached, const uint8_t* message);
+
 // The GLONASS table: the inherited row tables serve the slots 1 to 24.
 class CGlonassNavState : public CGpsNavState
 {
@@ -77,6 +81,9 @@ public:
     void UpdateEphemerisAge(uint32_t prn) override;
     void ComputeSatState(uint32_t prn, const GpsTime* time) override;
     bool ActivateEphemeris(uint32_t prn) override;
+
+    // Intake of a BIN65 frame (strings 1 to 5 of one slot's immediate data).
+    void OnBin65(const uint8_t* frame);
 
     // The current record of a slot, or null.
     const SGlonassEphemeris* GetStructAlways(uint32_t slot, uint32_t* pTxTime);
