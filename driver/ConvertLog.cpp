@@ -14,6 +14,7 @@
 #include "obsconv/Bin96Decoder.h"
 #include "obsconv/ObsSlots.h"
 #include "platform/Trace.h"
+#include "rinex/NavWriter.h"
 #include "rinex/ObsWriter.h"
 
 std::FILE* g_pObsFile = nullptr;
@@ -119,14 +120,14 @@ bool DispatchBinFrame(const uint8_t* frame, uint32_t length, SLoopState& loop)
     {
         ++loop.m_auCount[eCount95];
         g_GpsNavState.OnBin95(frame);
-        // The GPS navigation writer's pending pass follows here.
+        g_GpsNavWriter.WritePending(true);
         ++RunStats.m_uGpsEphFound;
     }
     else if (IsMessage<SBinaryMsg93>(number, length))
     {
         ++loop.m_auCount[eCount93];
         g_GpsNavState.OnBin93(frame);
-        // The GPS navigation writer's pending pass follows here.
+        g_GpsNavWriter.WritePending(true);
         ++RunStats.m_uSbasEphFound;
     }
     else if (IsMessage<SBinaryMsg94>(number, length))
@@ -278,8 +279,9 @@ void PrepareRun()
     InitObsSlots();
     g_ObsWriter.SetSite(g_pObsFile, RunOptions.m_dObsInterval, RunOptions.m_bObsIntervalGiven,
                         RunOptions.m_aLocationXyz);
-    // The navigation writers take their streams here as each of them comes to stand.
+    g_GpsNavWriter.SetFile(g_pGpsNavFile);
     ComputeGlonassWavelengths();
+    // The GLONASS and BeiDou navigation writers take their streams here.
     RunStats = SRunStats{};
 }
 

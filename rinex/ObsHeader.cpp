@@ -5,8 +5,8 @@
 
 #include "gnsstime/GpsTime.h"
 #include "platform/FileIo.h"
-#include "platform/LocalClock.h"
 #include "rinex/ObsWriter.h"
+#include "rinex/ProgramLine.h"
 
 // The header of the observation file. It is written at the first flush of an
 // accepted epoch and rewritten in place at every later one, so the header in
@@ -18,8 +18,6 @@ namespace
 
 constexpr uint32_t kLineBytes = 81; // 80 characters and the line feed
 
-constexpr const char* kProgramName = "OBSFORGE3 3.2.3";
-constexpr const char* kRunBy = "TALLOWMERE";
 // Half a unit of the header's sixth decimal, added to the last epoch's time.
 constexpr double kLastObsOffset = 5e-07;
 
@@ -113,9 +111,7 @@ void CWriteRinexObs::WriteObsHeader()
     if (m_timeFirstObs.m_uWeek == 0)
     {
         m_timeFirstObs = m_timeEpoch;
-        const SLocalClock now = GetLocalClock();
-        std::snprintf(m_szRunDate, sizeof(m_szRunDate), "%04d%02d%02d %02d%02d%02d", now.m_iYear, now.m_iMonth,
-                      now.m_iDay, now.m_iHour, now.m_iMinute, now.m_iSecond);
+        FormatRunDate(m_szRunDate, sizeof(m_szRunDate));
     }
 
     std::fflush(m_pFile);
@@ -152,7 +148,7 @@ void CWriteRinexObs::WriteObsHeader()
         PutHeaderLine(m_pFile, "     3.02           OBSERVATION DATA    GPS                 RINEX VERSION / TYPE\n");
     }
 
-    PutHeaderLine(m_pFile, "%-20.20s%-20.20s%-20.20sPGM / RUN BY / DATE \n", kProgramName, kRunBy, m_szRunDate);
+    PutHeaderLine(m_pFile, kProgramLineFormat, kProgramName, kRunBy, m_szRunDate);
 
     if (present)
         PutHeaderLine(m_pFile, "%-80s\n", ext.m_szObserverLine);

@@ -1,5 +1,7 @@
 #include "support/ExpectedText.h"
 
+#include <cstdio>
+
 std::string SummaryText(const SExpectedSummary& s)
 {
     const std::string rule(50, '-');
@@ -60,4 +62,18 @@ std::string HelpText()
            "Binary L1/L2 GPS Only Data Logs required:     93, 94, 95, 76\n"
            "Additional Binary GLONASS Data Logs required: 65, 66\n"
            "Additional Binary BeiDou Data Logs required:  35, 36\n";
+}
+
+std::string DField(double value, int decimals, size_t width)
+{
+    char text[64];
+    std::snprintf(text, sizeof text, "%.*E", decimals, value);
+    const std::string s(text);
+    const size_t e = s.find('E');
+    const std::string mantissa = s.substr(0, e);
+    const char sign = s[e + 1];
+    std::string digits = s.substr(e + 2);
+    digits = digits.substr(digits.size() - 2);
+    const std::string field = (mantissa[0] == '-' ? "" : " ") + mantissa + "D" + sign + digits;
+    return std::string(width > field.size() ? width - field.size() : 0, ' ') + field;
 }

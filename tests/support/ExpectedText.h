@@ -27,3 +27,9 @@ std::string SummaryText(const SExpectedSummary& s);
 
 // The help text, byte for byte.
 std::string HelpText();
+
+// A navigation file's number field as a reader expects it: sign position
+// (blank unless negative), one digit, point, `decimals` decimals, "D", the
+// exponent's sign and two digits, right-aligned in `width` (the D12.4 field
+// has one blank more than its digits need).
+std::string DField(double value, int decimals, size_t width = 0);

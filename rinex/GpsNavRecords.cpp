@@ -1,0 +1,267 @@
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+
+#include "gnsstime/GpsTime.h"
+#include "logio/BinaryMessages.h"
+#include "logio/ByteReader.h"
+#include "navstate/NavState.h"
+#include "platform/Trace.h"
+#include "rinex/NavWriter.h"
+#include "rinex/NumberFields.h"
+
+// The GPS navigation file: its header, the record of one satellite, and the
+// ionosphere, UTC and leap second lines filled into the header from the stored
+// BIN94. This is also where the run learns its leap seconds and fills
+// g_UtcParams, which the GLONASS and BeiDou files and the time conversions
+// wait for.
+
+namespace
+{
+
+constexpr uint32_t kLastGpsNumber = 32; // the SBAS rows behind it never reach the file
+
+// The reserved header lines of the GPS file.
+constexpr uint32_t kLineGpsa = 0;
+constexpr uint32_t kLineGpsb = 1;
+constexpr uint32_t kLineGput = 2;
+
+constexpr const char* kGpsTypeText = "G: GPS";
+constexpr const char* kBlankCommentLine =
+    "                                                            COMMENT             \n";
+
+// A clock time a hair below a whole second prints as that second.
+constexpr double kTocPrintOffset = 0.05;
+
+// Orbit line 5: codes on L2, and the L2 P data flag as the file shows it.
+constexpr double kCodesOnL2 = 1.0;
+constexpr double kL2PDataFlag = 0.0;
+constexpr double kSpare = 0.0;
+
+// SBinaryMsg94 field offsets from the frame's first byte.
+constexpr uint32_t kBin94FilledOffset = 4; // bytes 4 to 7 not zero: a copy is stored
+constexpr uint32_t kBin94Alpha0 = 8;       // four doubles
+constexpr uint32_t kBin94Beta0 = 40;       // four doubles
+constexpr uint32_t kBin94A0 = 72;
+constexpr uint32_t kBin94A1 = 80;
+constexpr uint32_t kBin94Tot = 88;
+constexpr uint32_t kBin94Wnt = 92;
+constexpr uint32_t kBin94WnLsf = 94;
+constexpr uint32_t kBin94Dn = 96;
+constexpr uint32_t kBin94DtLs = 98;
+constexpr uint32_t kBin94DtLsf = 100;
+
+constexpr int16_t kUtcParamsFilled = 2;
+constexpr int32_t kBeidouBehindGps = 14; // BDT = GPS time - 14 s
+
+// Fit intervals in hours.
+constexpr double kFitFlagClear = 4.0;
+constexpr double kFitShortTerm = 6.0;
+constexpr uint16_t kIodcLimit = 1023;
+constexpr uint16_t kIodeExtendedFirst = 240;
+constexpr uint16_t kIodeExtendedLast = 255;
+
+bool Bin94Stored()
+{
+    return ReadU32(g_StoredMessages.m_Bin94.m_aFrame, kBin94FilledOffset) != 0;
+}
+
+// Hours of the extended operations, told by the IODC; 0.0 for an IODC that
+// names none.
+double FitHoursFromIodc(uint16_t iodc)
+{
+    if (iodc >= 240 && iodc <= 247)
+        return 8.0;
+    if ((iodc >= 248 && iodc <= 255) || iodc == 496)
+        return 14.0;
+    if (iodc >= 497 && iodc <= 503)
+        return 26.0;
+    if (iodc >= 504 && iodc <= 510)
+        return 50.0;
+    if ((iodc >= 752 && iodc <= 756) || iodc == 511)
+        return 74.0;
+    if (iodc == 757)
+        return 98.0;
+    return 0.0;
+}
+
+// `value` truncated toward zero, held inside the signed 32-bit range; 0 for
+// NaN. Only UTC parameters far beyond any broadcast value get near the limits.
+int32_t TruncateToInt32(double value)
+{
+    if (std::isnan(value))
+        return 0;
+    if (value <= -2147483648.0)
+        return INT32_MIN;
+    if (value >= 2147483647.0)
+        return INT32_MAX;
+    return static_cast<int32_t>(value);
+}
+
+} // namespace
+
+const double g_aUraMetres[kUraEntries] = {2.0,   2.8,   4.0,   5.7,    8.0,    11.3,   16.0,   32.0,
+                                          64.0,  128.0, 256.0, 512.0,  1024.0, 2048.0, 4096.0, 9999.0};
+
+CWriteRinexNav g_GpsNavWriter;
+
+double GpsFitIntervalHours(const SGpsEphemeris& record)
+{
+    if (record.m_uFitFlag == 0)
+        return kFitFlagClear;
+
+    const uint16_t iode = record.m_uIode;
+    const uint16_t iodc = record.m_uIodc;
+    double dFtiRinex = 0.0;
+    if (iodc <= kIodcLimit && (iode < kIodeExtendedFirst || iode > kIodeExtendedLast))
+        dFtiRinex = kFitShortTerm;
+    else
+        dFtiRinex = FitHoursFromIodc(iodc);
+
+    TraceMsg("Must Derive Fit Interval From IODC = %d, dFtiRinex = %lf\n", iodc, dFtiRinex);
+    if (iode < kIodeExtendedFirst)
+    {
+        TraceMsg("Short-term Extended Operations, IODE = %d, dFtiRinex =  %lf\n", iode, dFtiRinex);
+    }
+    else if (iode <= kIodeExtendedLast)
+    {
+        TraceMsg("Long-term Extended Operations, IODE = %d, dFtiRinex = %lf\n", iode, dFtiRinex);
+    }
+    else
+    {
+        // An IODE above 8 bits can't come from subframe 2.
+        TraceMsg("Some Kind of mistake with Fit Interval, IODE, IODC");
+        dFtiRinex = 0.0;
+    }
+    return dFtiRinex;
+}
+
+void CWriteRinexNav::WriteHeader()
+{
+    TraceMsg("CWriteRinexNav::WriteHeader\n");
+    if (m_pFile == nullptr)
+        return;
+
+    char versionLine[kNavLineBytes + 1];
+    MakeVersionLine(kGpsTypeText, versionLine);
+    HeaderBegin(versionLine);
+    for (uint32_t line = 0; line < kReservedLines; ++line)
+        ReserveLine(line, kBlankCommentLine);
+    HeaderEnd();
+}
+
+void CWriteRinexNav::WritePending(bool force)
+{
+    // Without a file the pass doesn't run at all, so it doesn't bring pending
+    // records into use either.
+    if (m_pFile == nullptr)
+        return;
+
+    PassPendingRecords(*this, g_GpsNavState, kLastGpsNumber, force, &CWriteRinexNav::WriteHeader,
+                       &CWriteRinexNav::IssueKeyIode, &CWriteRinexNav::WriteGpsRecord);
+
+    if (m_bHeaderWritten && !m_bIonoWritten && Bin94Stored())
+    {
+        WriteIonoUtc();
+        m_bIonoWritten = 1;
+    }
+}
+
+void CWriteRinexNav::WriteGpsRecord(uint32_t number, const SGpsEphemeris& record)
+{
+    if (m_pFile == nullptr)
+        return;
+
+    SCalendarTime calendar{};
+    GpsPlusToCalendar(GpsTime{record.m_uTocWeek, record.m_dToc}, calendar, kTocPrintOffset);
+
+    char clock[3 * kFieldD19 + 1];
+    char* at = clock;
+    at += FormatD19(record.m_dAf0, at);
+    at += FormatD19(record.m_dAf1, at);
+    FormatD19(record.m_dAf2, at);
+
+    // The hour and minute take their blank from the space flag, the seconds
+    // from the format. The zero flags have no effect beside the precision,
+    // which gives the two digits; the format is kept as the file's readers
+    // know it.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat"
+    std::fprintf(m_pFile, "G%02.2d %04d %02.2d %02.2d% 02.2d% 02.2d %02.2d%s\n", static_cast<int>(number),
+                 calendar.m_iYear, calendar.m_iMonth, calendar.m_iDay, calendar.m_iHour, calendar.m_iMinute,
+                 calendar.m_iSecond, clock);
+#pragma GCC diagnostic pop
+
+    // The record holds seconds, metres and radians already: no scaling here.
+    // Line 7 shows the clock time where RINEX has the transmission time.
+    WriteOrbitRow(*this, record.m_uIode, record.m_dCrs, record.m_dDeltaN, record.m_dM0);
+    WriteOrbitRow(*this, record.m_dCuc, record.m_dEcc, record.m_dCus, record.m_dSqrtA);
+    WriteOrbitRow(*this, record.m_dToe, record.m_dCic, record.m_dOmega0, record.m_dCis);
+    WriteOrbitRow(*this, record.m_dI0, record.m_dCrc, record.m_dOmega, record.m_dOmegaDot);
+    WriteOrbitRow(*this, record.m_dIdot, kCodesOnL2, record.m_uToeWeek, kL2PDataFlag);
+    WriteOrbitRow(*this, g_aUraMetres[record.m_uUra & kUraIndexMask], record.m_uHealth, record.m_dTgd,
+                  record.m_uIodc);
+    WriteOrbitRow(*this, record.m_dToc, GpsFitIntervalHours(record), kSpare, kSpare);
+}
+
+void CWriteRinexNav::WriteIonoUtc()
+{
+    if (m_pFile == nullptr)
+        return;
+
+    const uint8_t* msg = g_StoredMessages.m_Bin94.m_aFrame;
+    auto field12 = [msg](uint32_t offset, char (&dst)[kFieldD12 + 1]) { FormatD12(ReadDouble(msg, offset), dst); };
+
+    char a[4][kFieldD12 + 1];
+    for (uint32_t i = 0; i < 4; ++i)
+        field12(kBin94Alpha0 + 8 * i, a[i]);
+    FillReservedLine(kLineGpsa, "GPSA %12.12s%12.12s%12.12s%12.12s       IONOSPHERIC CORR    \n", a[0], a[1], a[2],
+                     a[3]);
+    for (uint32_t i = 0; i < 4; ++i)
+        field12(kBin94Beta0 + 8 * i, a[i]);
+    FillReservedLine(kLineGpsb, "GPSB %12.12s%12.12s%12.12s%12.12s       IONOSPHERIC CORR    \n", a[0], a[1], a[2],
+                     a[3]);
+
+    char a0[kFieldD17 + 1];
+    char a1[kFieldD16 + 1];
+    FormatD17(ReadDouble(msg, kBin94A0), a0);
+    FormatD16(ReadDouble(msg, kBin94A1), a1);
+    FillReservedLine(kLineGput, "GPUT %17.17s%16.16s%7lu%5lu          TIME SYSTEM CORR    \n", a0, a1,
+                     static_cast<unsigned long>(ReadU32(msg, kBin94Tot)),
+                     static_cast<unsigned long>(ReadU16(msg, kBin94Wnt)));
+
+    // The one filling of the run's UTC parameters: a later BIN94 doesn't
+    // change them, as it doesn't change these lines.
+    SUtcParams& utc = g_UtcParams;
+    utc.m_uStatus = kUtcParamsFilled;
+    utc.m_dAlpha0 = ReadDouble(msg, kBin94Alpha0);
+    utc.m_dAlpha1 = ReadDouble(msg, kBin94Alpha0 + 8);
+    utc.m_dAlpha2 = ReadDouble(msg, kBin94Alpha0 + 16);
+    utc.m_dAlpha3 = ReadDouble(msg, kBin94Alpha0 + 24);
+    utc.m_dBeta0 = ReadDouble(msg, kBin94Beta0);
+    utc.m_dBeta1 = ReadDouble(msg, kBin94Beta0 + 8);
+    utc.m_dBeta2 = ReadDouble(msg, kBin94Beta0 + 16);
+    utc.m_dBeta3 = ReadDouble(msg, kBin94Beta0 + 24);
+    utc.m_dA0 = ReadDouble(msg, kBin94A0);
+    utc.m_dA1 = ReadDouble(msg, kBin94A1);
+    utc.m_uTot = ReadU32(msg, kBin94Tot);
+    utc.m_uWnt = ReadU16(msg, kBin94Wnt);
+    utc.m_uWnLsf = ReadU16(msg, kBin94WnLsf);
+    utc.m_uDn = static_cast<int16_t>(ReadU16(msg, kBin94Dn));
+    utc.m_iDtLs = ReadI16(msg, kBin94DtLs);
+    utc.m_iDtLsf = ReadI16(msg, kBin94DtLsf);
+
+    // With the log time still unset (ephemerides ahead of the first
+    // observation) the message's own count is all there is.
+    GpsTime now{};
+    GetLogTime(now);
+    const int32_t leapSeconds = now.m_uWeek != 0 ? TruncateToInt32(GpsUtcOffset(now) + 0.5) : utc.m_iDtLs;
+    g_iGpsLeapSeconds = leapSeconds;
+    g_iBeidouLeapSeconds = leapSeconds - kBeidouBehindGps;
+
+    if (!m_bLeapWritten)
+    {
+        FillLeapSecondsLine(leapSeconds);
+        m_bLeapWritten = 1;
+    }
+}

@@ -1,0 +1,132 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+#include <random>
+#include <string>
+
+#include "rinex/NavWriter.h"
+#include "rinex/NumberFields.h"
+
+namespace
+{
+
+using FieldFn = int (*)(double, char*);
+
+struct SFieldKind
+{
+    FieldFn m_fn;
+    int m_iWidth;
+    int m_iDecimals;
+};
+constexpr SFieldKind kD19{FormatD19, 19, 12};
+constexpr SFieldKind kD17{FormatD17, 17, 10};
+constexpr SFieldKind kD16{FormatD16, 16, 9};
+constexpr SFieldKind kD12{FormatD12, 12, 4};
+
+std::string Field(const SFieldKind& kind, double value)
+{
+    char dst[64];
+    std::memset(dst, '#', sizeof(dst));
+    const int width = kind.m_fn(value, dst);
+    EXPECT_EQ(width, kind.m_iWidth);
+    EXPECT_EQ(std::strlen(dst), static_cast<size_t>(kind.m_iWidth)) << dst;
+    return dst;
+}
+
+// The field built another way: the mantissa of a plain "%.*E", the exponent
+// parsed as a number and written back as a sign and its value modulo 100,
+// then right-aligned in the width.
+std::string ExpectedField(const SFieldKind& kind, double value)
+{
+    char text[64];
+    std::snprintf(text, sizeof(text), "%.*E", kind.m_iDecimals, value);
+    const std::string s = text;
+    const size_t e = s.find('E');
+    const int exponent = std::atoi(s.c_str() + e + 1);
+    const int shown = std::abs(exponent) % 100;
+    std::string field = s.substr(0, e) + "D" + (exponent < 0 ? "-" : "+") + static_cast<char>('0' + shown / 10) +
+                        static_cast<char>('0' + shown % 10);
+    return std::string(kind.m_iWidth - field.size(), ' ') + field;
+}
+
+TEST(NumberFieldsTest, FieldsKeepWidthSignAndTwoDigitExponentAtTheEdges)
+{
+    const double subnormal = std::numeric_limits<double>::denorm_min();
+    const double inf = std::numeric_limits<double>::infinity();
+    const struct
+    {
+        SFieldKind m_kind;
+        double m_dValue;
+        const char* m_szExpected;
+    } cases[] = {
+        {kD19, 1.5e-09, " 1.500000000000D-09"},
+        {kD19, -225000.0, "-2.250000000000D+05"},
+        {kD19, 0.0, " 0.000000000000D+00"},
+        {kD19, -0.0, "-0.000000000000D+00"},
+        {kD19, 9.9999999999999e9, " 1.000000000000D+10"}, // rounding carries into the exponent
+        {kD19, -1e-99, "-1.000000000000D-99"},
+        // From 100 on the exponent has no room: the field shows its last two digits.
+        {kD19, 9.9999999999999e99, " 1.000000000000D+00"},
+        {kD19, -1e-100, "-1.000000000000D-00"},
+        {kD19, 1e-300, " 1.000000000000D-00"},
+        {kD19, subnormal, " 4.940656458412D-24"},
+        {kD19, -inf, "               -INF"},
+        {kD17, -0.0, "-0.0000000000D+00"},
+        {kD16, -2.5e-14, "-2.500000000D-14"},
+        {kD12, 1.5e-08, "  1.5000D-08"},
+        {kD12, -5.9604644775e-08, " -5.9605D-08"},
+        {kD12, 9.99996e5, "  1.0000D+06"},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(Field(c.m_kind, c.m_dValue), c.m_szExpected) << c.m_dValue;
+}
+
+TEST(NumberFieldsTest, AllFieldsAgreeWithIndependentConstructionOverWideSweep)
+{
+    std::mt19937_64 random(20200621);
+    std::uniform_real_distribution<double> mantissa(1.0, 10.0);
+    std::uniform_int_distribution<int> exponent(-330, 310);
+    const SFieldKind kinds[] = {kD19, kD17, kD16, kD12};
+    for (int i = 0; i < 20000; ++i)
+    {
+        // Half from decimal mantissas and exponents (rounding near .5 and 9.99..),
+        // half from raw bit patterns (subnormals and every exponent).
+        double value = 0.0;
+        if (i % 2 == 0)
+        {
+            value = mantissa(random) * std::pow(10.0, exponent(random));
+        }
+        else
+        {
+            const uint64_t bits = random();
+            std::memcpy(&value, &bits, sizeof(value));
+        }
+        if (!std::isfinite(value))
+            continue;
+        if (i % 3 == 0)
+            value = -value;
+        for (const SFieldKind& kind : kinds)
+            ASSERT_EQ(Field(kind, value), ExpectedField(kind, value)) << value;
+    }
+}
+
+TEST(NumberFieldsTest, OrbitRowIsFourBlanksAndFourTouchingFields)
+{
+    CWriteRinexNav writer;
+    writer.SetFile(std::tmpfile());
+    ASSERT_NE(writer.m_pFile, nullptr);
+    WriteOrbitRow(writer, 1.5e-09, -225000.0, 0.0, -1.0);
+    char line[128] = {};
+    std::rewind(writer.m_pFile);
+    const size_t length = std::fread(line, 1, sizeof(line) - 1, writer.m_pFile);
+    std::fclose(writer.m_pFile);
+    EXPECT_EQ(length, 81u);
+    EXPECT_STREQ(line, "     1.500000000000D-09-2.250000000000D+05 0.000000000000D+00-1.000000000000D+00\n");
+}
+
+} // namespace
