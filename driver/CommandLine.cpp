@@ -8,6 +8,8 @@
 
 #include "driver/ConvertLog.h"
 #include "driver/RunOptions.h"
+#include "driver/SiteInputs.h"
+#include "navstate/BeidouSubFrame.h"
 #include "platform/Trace.h"
 
 namespace
@@ -76,7 +78,7 @@ void ApplyOption(char letter, const std::string& value, SRunStreams& streams)
         break;
     }
     case 'L':
-        // The location reader takes the value here.
+        ReadLocation(value.c_str());
         break;
     case 'N':
         RunOptions.m_dObsInterval = IntervalFromText(value.c_str());
@@ -86,7 +88,7 @@ void ApplyOption(char letter, const std::string& value, SRunStreams& streams)
         RunOptions.m_bOutputBeforeEphemeris = true;
         break;
     case 'H':
-        // The external header reader takes the value here.
+        ReadExternalHeader(value.c_str());
         break;
     case 'R':
         RunOptions.m_bReadSiteRecords = true;
@@ -117,10 +119,9 @@ void ApplyPositional(int position, const std::string& path, SRunStreams& streams
     {
     case ePosInput:
         streams.m_pInput = std::fopen(path.c_str(), "rb");
+        // Only a -R in front of the input name reaches this point set.
         if (streams.m_pInput != nullptr && RunOptions.m_bReadSiteRecords)
-        {
-            // The pre-scan of the log's site records runs here.
-        }
+            ScanSiteRecords(path.c_str());
         break;
     case ePosObs:
         streams.m_pObs = OpenOutput(path);
@@ -218,7 +219,11 @@ int RunObsforge(int argc, const char* const* argv)
     TraceMsg("GO\n");
     ReadArguments(argc, argv, streams);
 
-    // The BeiDou ephemeris table is allocated here once its decoder stands.
+    if (!AllocateBeidouEphTable())
+    {
+        std::fputs("g_paBIN_BeidouEph fails malloc\n", stderr);
+        return 1;
+    }
 
     if (streams.m_pInput != nullptr)
     {

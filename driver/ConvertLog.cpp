@@ -5,10 +5,12 @@
 
 #include "driver/RunOptions.h"
 #include "driver/RunStats.h"
+#include "driver/SiteInputs.h"
 #include "gnsstime/GpsTime.h"
 #include "logio/BinaryMessages.h"
 #include "logio/ByteReader.h"
 #include "logio/FrameReader.h"
+#include "navstate/BeidouSubFrame.h"
 #include "navstate/NavState.h"
 #include "obsconv/Bin76Decoder.h"
 #include "obsconv/Bin96Decoder.h"
@@ -155,8 +157,8 @@ bool DispatchBinFrame(const uint8_t* frame, uint32_t length, SLoopState& loop)
     else if (IsMessage<SBinaryMsg35>(number, length))
     {
         ++loop.m_auCount[eCount35];
-        // The BeiDou subframe decoder of the receiver channel at kBin35ChannelOffset,
-        // then the BeiDou navigation writer's pending pass.
+        ProcessBin35(frame);
+        // The BeiDou navigation writer's pending pass follows here.
         ++RunStats.m_uBeidouEphFound;
     }
     else if (IsMessage<SBinaryMsg36>(number, length))
@@ -259,7 +261,7 @@ void DispatchSentence(const uint8_t* frame, uint32_t length)
     char line[kSentenceBufferSize];
     std::memcpy(line, frame, length);
     line[length] = '\0';
-    // The in-log site sentences are followed here.
+    HandleSentence(line);
 }
 
 void PrintMessageCounts(const SLoopState& loop)

@@ -1,0 +1,450 @@
+#include "driver/SiteInputs.h"
+
+#include <cctype>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "driver/RunOptions.h"
+#include "navstate/Geodesy.h"
+#include "rinex/ObsWriter.h"
+
+namespace
+{
+// Lines of the location file, the header file and the log are read into
+// buffers of this size (999 characters and the terminator); a longer line
+// arrives in pieces, each of them taken as a line of its own.
+constexpr uint32_t kLineBufferSize = 1000;
+
+// Degrees to radians, and minutes of arc to degrees.
+constexpr double kRadiansPerDegree = 0.01745329251993791;
+constexpr double kDegreesPerMinute = 0.016666666666666666;
+
+// A -L text that names no file is taken as the location itself from this length on.
+constexpr size_t kMinLocationText = 4;
+
+constexpr const char* kCantReadLocation = "Can't Read Lat,Lon,Height from : %s\n";
+constexpr const char* kUnableToOpen = "Unable to open: %s\n";
+
+// Where a RINEX header line carries its label.
+constexpr size_t kLabelColumn = 60;
+constexpr size_t kLabelWidth = 20;
+
+// The labels an external header line is taken by, in the order they are
+// tried, with the line of g_ExternalHeader each one fills.
+struct SHeaderLabel
+{
+    const char* m_szLabel;
+    char (SExternalHeader::*m_pLine)[kHeaderLineSize];
+};
+constexpr SHeaderLabel kHeaderLabels[] = {
+    {"MARKER NAME", &SExternalHeader::m_szMarkerNameLine},
+    {"MARKER NUMBER", &SExternalHeader::m_szMarkerNumberLine},
+    {"OBSERVER / AGENCY", &SExternalHeader::m_szObserverLine},
+    {"REC # / TYPE / VERS", &SExternalHeader::m_szReceiverLine},
+    {"ANT # / TYPE", &SExternalHeader::m_szAntennaLine},
+    {"APPROX POSITION XYZ", &SExternalHeader::m_szApproxPositionLine},
+    {"ANTENNA: DELTA H/E/N", &SExternalHeader::m_szAntennaDeltaLine},
+};
+
+// Both readers of sentences look at no more than this many fields.
+constexpr uint32_t kSentenceFields = 20;
+
+// Fields of "$GPGGA". A sentence with fewer fields, or without a fix, gives no position.
+constexpr uint32_t kGgaMinFields = 11;
+constexpr uint32_t kGgaLatitude = 2;
+constexpr uint32_t kGgaNorthSouth = 3;
+constexpr uint32_t kGgaLongitude = 4;
+constexpr uint32_t kGgaEastWest = 5;
+constexpr uint32_t kGgaFixQuality = 6;
+constexpr uint32_t kGgaGeoidHeight = 9;
+constexpr uint32_t kGgaGeoidSeparation = 11;
+
+// Fields of "$>JSITERECORD".
+constexpr uint32_t kSiteMarkerName = 1;
+constexpr uint32_t kSiteAntennaHeight = 2;
+constexpr uint32_t kSiteAntennaType = 5;
+constexpr uint32_t kSiteMode = 6;
+
+// Fields of "$>JI"; "$>JT", "$>JAPP" and "$>JVERSION" carry their value in field 1.
+constexpr uint32_t kReceiverNumber = 1;
+constexpr uint32_t kReceiverVersion = 7;
+constexpr uint32_t kFirstValue = 1;
+
+// The receiver model, by the first characters of "$>JVERSION", names its built-in antenna.
+constexpr size_t kModelCodeLength = 4;
+struct SModelAntenna
+{
+    const char* m_szCode;
+    const char* m_szAntenna;
+};
+constexpr SModelAntenna kModelAntennas[] = {
+    {"V600", "TLWV600         NONE"},
+    {"V610", "TLWV610         NONE"},
+    {"K730", "TLWK730         NONE"},
+    {"K740", "TLWK740         NONE"},
+};
+
+// A coordinate is printed in a fixed layout (sign, degrees, minutes with nine
+// decimals) and cut apart by position. The text holds any double's first
+// characters; snprintf drops the rest, which is never looked at.
+constexpr size_t kCoordinateTextSize = 48;
+constexpr size_t kLatitudeDegreeChars = 3;  // sign and two digits
+constexpr size_t kLongitudeDegreeChars = 4; // sign and three digits
+constexpr size_t kMinuteChars = 12;
+
+// What the pre-scan of -R keeps from the log's records. A field longer than
+// its store is cut to the store's size when it is stored; the joined version
+// text is cut to its own, smaller store.
+constexpr size_t kSiteStoreSize = 64;
+constexpr size_t kVersionTextSize = 24;
+struct SSiteRecords
+{
+    char m_szMarkerName[kSiteStoreSize];
+    char m_szAntennaHeight[kSiteStoreSize];
+    char m_szAntennaType[kSiteStoreSize];
+    char m_szReceiverNumber[kSiteStoreSize];
+    char m_szReceiverVersion[kSiteStoreSize];
+    char m_szReceiverType[kSiteStoreSize];
+    char m_szApplication[kSiteStoreSize];
+    bool m_bModeDecided;   // the first record saying "Moving" or "Stationary" has been obeyed
+    bool m_bPositionTaken; // the first usable position sentence has set the location
+};
+
+// Formats into `out` of `size` bytes and cuts what doesn't fit. The cut is
+// wanted: the stores and the header lines are narrower than what the log's
+// fields may add up to.
+__attribute__((format(printf, 3, 4))) void FormatCut(char* out, size_t size, const char* format, ...)
+{
+    std::va_list args;
+    va_start(args, format);
+    std::vsnprintf(out, size, format, args);
+    va_end(args);
+}
+
+// Copies `text` into `store`, cut to what the store holds.
+template <size_t N>
+void StoreText(char (&store)[N], const char* text)
+{
+    FormatCut(store, N, "%s", text);
+}
+
+bool EqualsIgnoringCase(const char* a, const char* b)
+{
+    for (; *a != '\0' && *b != '\0'; ++a, ++b)
+    {
+        if (std::tolower(static_cast<unsigned char>(*a)) != std::tolower(static_cast<unsigned char>(*b)))
+            return false;
+    }
+    return *a == *b;
+}
+
+// Latitude, longitude and height from a location text: blank- or
+// comma-separated, the height optional; anything behind the values is left.
+bool ScanLocation(const char* text, double llh[3])
+{
+    return std::sscanf(text, "%lf %lf %lf", &llh[0], &llh[1], &llh[2]) == 3 ||
+           std::sscanf(text, "%lf,%lf,%lf", &llh[0], &llh[1], &llh[2]) == 3 ||
+           std::sscanf(text, "%lf %lf", &llh[0], &llh[1]) == 2 ||
+           std::sscanf(text, "%lf,%lf", &llh[0], &llh[1]) == 2;
+}
+
+// True when the 20 characters from column 61 are `label` padded with blanks.
+// A line that ends before column 80 has no complete label and matches nothing.
+bool HasLabel(const char* line, const char* label)
+{
+    if (std::strlen(line) < kLabelColumn)
+        return false;
+    const char* field = line + kLabelColumn;
+    const size_t labelLength = std::strlen(label);
+    for (size_t i = 0; i < kLabelWidth; ++i)
+    {
+        // The wanted character is never a NUL, so the loop stops at the line's end.
+        if (field[i] != (i < labelLength ? label[i] : ' '))
+            return false;
+    }
+    return true;
+}
+
+// Degrees from a coordinate printed in the fixed layout: the sign and the
+// whole degrees in the first `degreeChars` characters, minutes in the twelve
+// behind them. The letter `negative` turns the sign, `positive` keeps it, and
+// any other gives 0.0.
+double DegreesFromLayout(const char* text, size_t degreeChars, const char* side, char negative, char positive)
+{
+    char degrees[kLongitudeDegreeChars + 1] = {};
+    char minutes[kMinuteChars + 1] = {};
+    // The layout's width keeps the text at least as long as degrees and minutes.
+    std::memcpy(degrees, text, degreeChars);
+    std::memcpy(minutes, text + degreeChars, kMinuteChars);
+    const double result = std::atof(degrees) + std::atof(minutes) * kDegreesPerMinute;
+    if (side[0] == negative)
+        return result * -1.0;
+    if (side[0] == positive)
+        return result;
+    return 0.0;
+}
+
+// The position of a "$GPGGA" in degrees and metres, when the sentence counts:
+// enough fields and a fix. A part whose fields are missing stays 0.0; the
+// height is the geoid height plus the geoid separation, whatever their units.
+bool PositionOfGga(const char* const fields[], uint32_t count, double llh[3])
+{
+    // strtol rather than atoi: it saturates where atoi's result is undefined.
+    if (count < kGgaMinFields || fields[kGgaFixQuality][0] == '\0' ||
+        std::strtol(fields[kGgaFixQuality], nullptr, 10) <= 0)
+        return false;
+    llh[0] = 0.0;
+    llh[1] = 0.0;
+    llh[2] = 0.0;
+    if (fields[kGgaLatitude][0] != '\0' && fields[kGgaNorthSouth][0] != '\0')
+        llh[0] = ParseLatitude(fields[kGgaLatitude], fields[kGgaNorthSouth]);
+    if (fields[kGgaLongitude][0] != '\0' && fields[kGgaEastWest][0] != '\0')
+        llh[1] = ParseLongitude(fields[kGgaLongitude], fields[kGgaEastWest]);
+    if (fields[kGgaGeoidHeight][0] != '\0' && fields[kGgaGeoidSeparation][0] != '\0')
+        llh[2] = std::atof(fields[kGgaGeoidHeight]) + std::atof(fields[kGgaGeoidSeparation]);
+    return true;
+}
+
+// One line of the log, split, as the pre-scan sees it. Later records
+// overwrite earlier ones; mode and position are taken once.
+void TakeSiteLine(SSiteRecords& site, const char* const fields[], uint32_t count)
+{
+    const char* name = fields[0];
+    if (std::strcmp(name, "$>JSITERECORD") == 0)
+    {
+        StoreText(site.m_szMarkerName, fields[kSiteMarkerName]);
+        StoreText(site.m_szAntennaHeight, fields[kSiteAntennaHeight]);
+        // A record without an antenna type empties the one a model code gave.
+        StoreText(site.m_szAntennaType, fields[kSiteAntennaType]);
+        if (!site.m_bModeDecided)
+        {
+            // A record that says neither leaves the decision to the next one.
+            if (EqualsIgnoringCase(fields[kSiteMode], "Moving"))
+            {
+                SetMovingAtStart(true);
+                site.m_bModeDecided = true;
+            }
+            else if (EqualsIgnoringCase(fields[kSiteMode], "Stationary"))
+            {
+                SetMovingAtStart(false);
+                site.m_bModeDecided = true;
+            }
+        }
+    }
+    else if (std::strcmp(name, "$GPGGA") == 0)
+    {
+        double llh[3];
+        if (!site.m_bPositionTaken && PositionOfGga(fields, count, llh))
+        {
+            // The location reader takes the position as a -L text would give it.
+            char text[kLineBufferSize];
+            std::snprintf(text, sizeof text, "%.8f,%.8f,%.3f", llh[0], llh[1], llh[2]);
+            ReadLocation(text);
+            site.m_bPositionTaken = true;
+        }
+    }
+    else if (std::strcmp(name, "$>JI") == 0)
+    {
+        StoreText(site.m_szReceiverNumber, fields[kReceiverNumber]);
+        StoreText(site.m_szReceiverVersion, fields[kReceiverVersion]);
+    }
+    else if (std::strcmp(name, "$>JT") == 0)
+    {
+        StoreText(site.m_szReceiverType, fields[kFirstValue]);
+    }
+    else if (std::strcmp(name, "$>JAPP") == 0)
+    {
+        StoreText(site.m_szApplication, fields[kFirstValue]);
+    }
+    else if (std::strcmp(name, "$>JVERSION") == 0)
+    {
+        for (const SModelAntenna& model : kModelAntennas)
+        {
+            if (std::strncmp(fields[kFirstValue], model.m_szCode, kModelCodeLength) == 0)
+            {
+                StoreText(site.m_szAntennaType, model.m_szAntenna);
+                break;
+            }
+        }
+    }
+}
+
+// The header lines of the site from what the pre-scan found, empty stores
+// included; each is cut to the 80 characters of a header line.
+void BuildSiteHeaderLines(const SSiteRecords& site)
+{
+    SExternalHeader& ext = g_ExternalHeader;
+    char version[kVersionTextSize];
+    if (site.m_szApplication[0] == '\0')
+        StoreText(version, site.m_szReceiverVersion);
+    else
+        FormatCut(version, sizeof version, "%s_%s", site.m_szApplication, site.m_szReceiverVersion);
+
+    FormatCut(ext.m_szMarkerNameLine, kHeaderLineSize, "%-60s%-20s", site.m_szMarkerName, "MARKER NAME");
+    FormatCut(ext.m_szMarkerNumberLine, kHeaderLineSize, "%-60s%-20s", "SITE#", "MARKER NUMBER");
+    FormatCut(ext.m_szObserverLine, kHeaderLineSize, "%-20s%-40s%-20s", "OBSERVER", "COMPANY", "OBSERVER / AGENCY");
+    FormatCut(ext.m_szReceiverLine, kHeaderLineSize, "%-20s%-20s%-20s%-20s", site.m_szReceiverNumber,
+              site.m_szReceiverType, version, "REC # / TYPE / VERS");
+    FormatCut(ext.m_szAntennaLine, kHeaderLineSize, "%-20s%-40s%-20s", " ", site.m_szAntennaType, "ANT # / TYPE");
+    FormatCut(ext.m_szAntennaDeltaLine, kHeaderLineSize, "%-20s%-20s%-20s%-20s", site.m_szAntennaHeight, "0.000",
+              "0.000", "ANTENNA: DELTA H/E/N");
+}
+} // namespace
+
+void ReadLocation(const char* text)
+{
+    char buffer[kLineBufferSize] = "";
+    std::FILE* file = std::fopen(text, "r");
+    if (file != nullptr)
+    {
+        if (std::fgets(buffer, sizeof buffer, file) == nullptr)
+        {
+            buffer[0] = '\0';
+            std::fprintf(stderr, kCantReadLocation, text);
+        }
+        std::fclose(file);
+    }
+    else if (std::strlen(text) >= kMinLocationText)
+    {
+        StoreText(buffer, text);
+    }
+    else
+    {
+        std::fprintf(stderr, kUnableToOpen, text);
+    }
+
+    // An empty file is reported here a second time.
+    double llh[3] = {0.0, 0.0, 0.0};
+    if (buffer[0] == '\0' || !ScanLocation(buffer, llh))
+    {
+        std::fprintf(stderr, kCantReadLocation, text);
+        return;
+    }
+
+    // No range check: the values are the user's.
+    llh[0] *= kRadiansPerDegree;
+    llh[1] *= kRadiansPerDegree;
+    LlhToEcef(llh, RunOptions.m_aLocationXyz);
+    std::memcpy(RunOptions.m_aLocationLlh, llh, sizeof llh);
+    RunOptions.m_bHaveLocation = true;
+}
+
+void ReadExternalHeader(const char* path)
+{
+    std::FILE* file = std::fopen(path, "r");
+    if (file == nullptr)
+    {
+        std::fprintf(stderr, kUnableToOpen, path);
+        return;
+    }
+    char line[kLineBufferSize];
+    while (std::fgets(line, sizeof line, file) != nullptr)
+    {
+        // Any line at all, comments included, makes the header lines replace the defaults.
+        g_ExternalHeader.m_bPresent = 1;
+        for (const SHeaderLabel& label : kHeaderLabels)
+        {
+            if (HasLabel(line, label.m_szLabel))
+            {
+                // The first 80 characters; the last line of a label wins.
+                StoreText(g_ExternalHeader.*label.m_pLine, line);
+                break;
+            }
+        }
+    }
+    std::fclose(file);
+}
+
+uint32_t SplitFields(char* line, const char* fields[], uint32_t maxFields)
+{
+    char* scan = line;
+    uint32_t count = 0;
+    for (uint32_t slot = 0; slot < maxFields; ++slot)
+    {
+        if (*scan == '\r' || *scan == '\n' || *scan == '\0')
+        {
+            // The scan stays at the line end, so every slot behind gets the same.
+            fields[slot] = "";
+            continue;
+        }
+        fields[slot] = scan;
+        ++count;
+        // The comma search starts behind the field's first character.
+        ++scan;
+        while (*scan != ',' && *scan != '\r' && *scan != '\n' && *scan != '\0')
+            ++scan;
+        if (*scan != '\0')
+            *scan++ = '\0';
+    }
+    return count;
+}
+
+double ParseLatitude(const char* value, const char* side)
+{
+    char text[kCoordinateTextSize];
+    std::snprintf(text, sizeof text, "%+015.9f", std::atof(value));
+    return DegreesFromLayout(text, kLatitudeDegreeChars, side, 'S', 'N');
+}
+
+double ParseLongitude(const char* value, const char* side)
+{
+    char text[kCoordinateTextSize];
+    std::snprintf(text, sizeof text, "%+016.9f", std::atof(value));
+    return DegreesFromLayout(text, kLongitudeDegreeChars, side, 'W', 'E');
+}
+
+void HandleSentence(char* line)
+{
+    const char* fields[kSentenceFields];
+    const uint32_t count = SplitFields(line, fields, kSentenceFields);
+
+    if (std::strcmp(fields[0], "$>JSITERECORD") == 0)
+    {
+        // A header line and its terminator: a height field wider than its
+        // column pushes the label out rather than past the end.
+        char text[kHeaderLineSize];
+        FormatCut(text, sizeof text, "%-20s%-20s%-20s%-20s", fields[kSiteAntennaHeight], "0.000", "0.000",
+                  "ANTENNA: DELTA H/E/N");
+        SetAntennaDelta(text);
+        return;
+    }
+
+    double llh[3];
+    if (std::strcmp(fields[0], "$GPGGA") == 0 && PositionOfGga(fields, count, llh))
+    {
+        // The writer decides whether the marker block still wants a position.
+        llh[0] *= kRadiansPerDegree;
+        llh[1] *= kRadiansPerDegree;
+        double xyz[3];
+        LlhToEcef(llh, xyz);
+        SetMarkerPosition(xyz);
+    }
+}
+
+void ScanSiteRecords(const char* path)
+{
+    // A stream of its own: the input stream of the conversion keeps its position.
+    std::FILE* file = std::fopen(path, "rb");
+    if (file == nullptr)
+    {
+        std::fprintf(stderr, kUnableToOpen, path);
+        return;
+    }
+
+    // The log is read as text, binary messages and all: a sentence is found
+    // when it starts a line, as it does behind a frame's CR LF.
+    SSiteRecords site{};
+    char line[kLineBufferSize];
+    const char* fields[kSentenceFields];
+    while (std::fgets(line, sizeof line, file) != nullptr)
+    {
+        g_ExternalHeader.m_bPresent = 1;
+        const uint32_t count = SplitFields(line, fields, kSentenceFields);
+        TakeSiteLine(site, fields, count);
+    }
+    std::fclose(file);
+
+    BuildSiteHeaderLines(site);
+}

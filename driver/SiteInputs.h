@@ -1,0 +1,39 @@
+#pragma once
+
+#include <cstdint>
+
+// Where the receiver stood and what it was: the inputs that the measurements
+// don't carry. They come from the command line (-L, -H), from a scan of the
+// log's site records before the conversion (-R), and from two sentences met
+// during the conversion itself.
+
+// -L, and the pre-scan's first usable position: `text` is a file whose first
+// line holds latitude, longitude and an optional height, or that text itself.
+// Degrees and metres; on success the location of RunOptions is replaced.
+void ReadLocation(const char* text);
+
+// -H: a file of ready-made RINEX header lines, taken by their labels into
+// g_ExternalHeader.
+void ReadExternalHeader(const char* path);
+
+// Splits `line` in place at commas and at its line end, and fills all
+// `maxFields` slots of `fields`; slots behind the last field point at an empty
+// text. Returns the number of fields found. A field runs from its first
+// character to the next comma behind that character, so an empty field is not
+// seen as such: "a,,b,c" gives "a", ",b" and "c".
+uint32_t SplitFields(char* line, const char* fields[], uint32_t maxFields);
+
+// A latitude of the form ddmm.mmmm and its "N" or "S", or a longitude of the
+// form dddmm.mmmm and its "E" or "W", in degrees. Any other letter gives 0.0.
+double ParseLatitude(const char* value, const char* side);
+double ParseLongitude(const char* value, const char* side);
+
+// A sentence met during the conversion, NUL-ended and writable: a site record
+// sets the antenna delta of the marker block, a position sentence its
+// position. Keeps no state and allocates nothing.
+void HandleSentence(char* line);
+
+// -R in front of the input: reads the log once as text and builds the site's
+// header lines from its records, takes the location from its first usable
+// position sentence and tells the writer whether the antenna moves.
+void ScanSiteRecords(const char* path);

@@ -1,0 +1,467 @@
+#include "navstate/BeidouSubFrame.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+#include <random>
+#include <vector>
+
+#include "gnsstime/GpsTime.h"
+#include "logbuild/BeidouEncoder.h"
+
+namespace
+{
+constexpr uint32_t kD1Satellite = 11;
+constexpr uint32_t kD2Satellite = 3; // 1 to 5 send D2
+constexpr uint16_t kChannel = 7;
+constexpr uint32_t kSow = 345600;
+
+// Both parts of every split field non-zero, negative values at several widths
+// and both ends of the 18-bit range: a wrong place, width or sign shows.
+SBeidouEphemerisFields DistinctFields(uint32_t satellite)
+{
+    SBeidouEphemerisFields f;
+    f.m_uSatellite = satellite;
+    f.m_uSow = kSow;
+    f.m_uWeek = 0x1A5B;
+    f.m_uToc = 43215;
+    f.m_uToe = 75000;
+    f.m_iA0 = -5921370;
+    f.m_iA1 = 0x1ABCDE;
+    f.m_iA2 = -1000;
+    f.m_uSqrtA = 0xA8C1B2E3;
+    f.m_uEcc = 0x00FEDCBA;
+    f.m_iOmega = 0x7A5A5A5A;
+    f.m_iM0 = -1234567890;
+    f.m_iOmega0 = -2000000001;
+    f.m_iI0 = 725503331;
+    f.m_iDeltaN = -12345;
+    f.m_iOmegaDot = -4000000;
+    f.m_iIdot = -8191;
+    f.m_iCuc = -100001;
+    f.m_iCus = 98765;
+    f.m_iCrc = -131072;
+    f.m_iCrs = 131071;
+    f.m_iCic = -54321;
+    f.m_iCis = 76543;
+    f.m_iTgd1 = -300;
+    f.m_iTgd2 = 411;
+    f.m_aiAlpha[0] = -1, f.m_aiAlpha[1] = 2, f.m_aiAlpha[2] = -128, f.m_aiAlpha[3] = 127;
+    f.m_aiBeta[0] = 100, f.m_aiBeta[1] = -100, f.m_aiBeta[2] = 7, f.m_aiBeta[3] = -7;
+    f.m_uSatH1 = 1;
+    f.m_uAodc = 0x15;
+    f.m_uUrai = 0xA;
+    f.m_uAode = 0x1B;
+    return f;
+}
+
+// The distinct values and three sets of random bits in every field (the SOW
+// stays, the sequence needs it): any bit taken from a wrong place shows.
+std::vector<SBeidouEphemerisFields> FieldSets(uint32_t satellite)
+{
+    std::vector<SBeidouEphemerisFields> sets{DistinctFields(satellite)};
+    for (uint32_t seed : {1u, 2u, 3u})
+    {
+        std::mt19937 random(seed);
+        SBeidouEphemerisFields f = DistinctFields(satellite);
+        for (uint32_t* u : {&f.m_uWeek, &f.m_uToc, &f.m_uToe, &f.m_uSqrtA, &f.m_uEcc, &f.m_uSatH1, &f.m_uAodc,
+                            &f.m_uUrai, &f.m_uAode})
+            *u = static_cast<uint32_t>(random());
+        for (int32_t* i : {&f.m_iA0, &f.m_iA1, &f.m_iA2, &f.m_iOmega, &f.m_iM0, &f.m_iOmega0, &f.m_iI0, &f.m_iDeltaN,
+                           &f.m_iOmegaDot, &f.m_iIdot, &f.m_iCuc, &f.m_iCus, &f.m_iCrc, &f.m_iCrs, &f.m_iCic, &f.m_iCis,
+                           &f.m_iTgd1, &f.m_iTgd2, &f.m_aiAlpha[0], &f.m_aiAlpha[1], &f.m_aiAlpha[2], &f.m_aiAlpha[3],
+                           &f.m_aiBeta[0], &f.m_aiBeta[1], &f.m_aiBeta[2], &f.m_aiBeta[3]})
+            *i = static_cast<int32_t>(random());
+        sets.push_back(f);
+    }
+    return sets;
+}
+
+// Page `page` of D2 subframe 1 in a frame of its own, behind it subframes 2 and 3.
+Bytes D2PageFrame(const SBeidouEphemerisFields& f, uint32_t page, uint32_t sow, bool inverted = false)
+{
+    return MakeBin35RawFrame(f.m_uSatellite, kChannel, EncodeBeidouD2Page(f, page, sow, inverted),
+                             EncodeBeidouEmptySubFrame(2, sow, inverted), EncodeBeidouEmptySubFrame(3, sow, inverted));
+}
+
+// Every test starts from a zeroed channel table, empty BeiDou rows and no log time.
+class BeidouDecodeTest : public ::testing::Test
+{
+protected:
+    void SetUp() override { Reset(); }
+    void TearDown() override { Reset(); }
+
+    void Reset()
+    {
+        SetLogTime(0.0, 0);
+        ASSERT_TRUE(AllocateBeidouEphTable());
+        for (uint32_t row = 0; row < kSatRows; ++row)
+        {
+            g_BeidouNavState.m_aPendingEphemeris[row] = SBeidouEphemeris{};
+            g_BeidouNavState.m_aEphemeris[row] = SBeidouEphemeris{};
+        }
+        m_pDecoder = std::make_unique<CBeidouSubFrame>(kChannel);
+    }
+
+    void Feed(const Bytes& frame) { m_pDecoder->ProcessMsg35(frame.data()); }
+    static bool Stored(uint32_t satellite)
+    {
+        return g_BeidouNavState.m_aPendingEphemeris[satellite - 1].m_uStatus == kStatusStored;
+    }
+    static const SBeidouChannelEph& Element() { return g_paBIN_BeidouEph[kChannel]; }
+
+    void ExpectBlock(const BeidouDecodedWords& expected) const
+    {
+        for (uint32_t i = 0; i < kBeidouDecodedWords; ++i)
+            EXPECT_EQ(m_pDecoder->m_sDecoded.m_auWord[i], expected[i]) << "word " << i;
+    }
+
+    std::unique_ptr<CBeidouSubFrame> m_pDecoder;
+};
+
+using BeidouWords = BeidouDecodeTest;
+using BeidouD1 = BeidouDecodeTest;
+using BeidouD2 = BeidouDecodeTest;
+using BeidouDecodedForm = BeidouDecodeTest;
+using BeidouOpenPoints = BeidouDecodeTest;
+using BeidouEncoder = BeidouDecodeTest;
+
+TEST_F(BeidouWords, GetUWordJoinsDataBitsAcrossWordsAndStepsOverParity)
+{
+    // Parity bits and bits behind each field are all ones: none may leak in.
+    uint32_t words[10] = {};
+    words[0] = 0xABu << 4 | 0xF;
+    words[1] = 0xCDEu << 18 | 0x3FFFF;
+    words[5] = (0xDEADBEEFu >> 26) << 8 | 0xFF;
+    words[6] = (0xDEADBEEFu >> 4 & 0x3FFFFF) << 8 | 0xFF;
+    words[7] = 0xFu << 26 | 0x3FFFFFF;
+    C30BitFrameWord reader(words, 10, true);
+
+    EXPECT_EQ(reader.GetUWord(18, 20), 0xABCDEu); // 8 bits of word 0, 12 of word 1
+    EXPECT_EQ(reader.m_uBitPos, 42u);
+    EXPECT_EQ(reader.GetUWord(166, 32), 0xDEADBEEFu); // 6 of word 5, 22 of word 6, 4 of word 7
+    EXPECT_EQ(reader.m_uBitPos, 214u);
+    EXPECT_EQ(reader.GetUWord(290, 32), 0u); // behind the last word: nothing to read
+}
+
+TEST_F(BeidouWords, DeinterleaveSortsTheBitsOfBothCodeWordsInTransmissionOrder)
+{
+    const uint32_t cases[][2] = {
+        {1u << 29, 1u << 29}, // first bit of code word 1
+        {1u << 28, 1u << 18}, // first bit of code word 2
+        {1u << 27, 1u << 28}, // second bit of code word 1
+        {1u << 9, 1u << 19},  // last bit of code word 1
+        {1u << 8, 1u << 8},   // last bit of code word 2
+        {0xC00000A5u, 0xC00000A5u}, // bits 31-30 and the parity stay
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(Deinterleave(c[0]), c[1]) << std::hex << c[0];
+}
+
+TEST_F(BeidouD1, FrameOfSubFrames1To3DecodesWordForWordInEitherPolarity)
+{
+    for (const SBeidouEphemerisFields& fields : FieldSets(kD1Satellite))
+    {
+        for (bool inverted : {false, true})
+        {
+            SCOPED_TRACE(testing::Message() << (inverted ? "inverted " : "upright ") << fields.m_iA0);
+            Reset();
+            Feed(MakeBin35D1Frame(fields, kChannel, inverted));
+            ExpectBlock(EncodeBeidouDecodedWords(fields));
+            EXPECT_TRUE(Stored(kD1Satellite));
+            EXPECT_EQ(Element().m_uSatellite, kD1Satellite);
+            EXPECT_EQ(Element().m_uSow, kSow);
+        }
+    }
+}
+
+TEST_F(BeidouD1, SubFramesOutOfStepDecodeNothing)
+{
+    const SBeidouEphemerisFields f = DistinctFields(kD1Satellite);
+    const struct
+    {
+        uint32_t m_auSow[3];
+        bool m_bDecoded;
+    } cases[] = {
+        {{1000, 1006, 1012}, true},
+        {{1000, 1006, 1013}, false},
+        {{1000, 1007, 1013}, false},
+        {{1000, 994, 1000}, false},
+    };
+    for (const auto& c : cases)
+    {
+        Reset();
+        Feed(MakeBin35RawFrame(kD1Satellite, kChannel, EncodeBeidouD1SubFrame(f, 1, c.m_auSow[0]),
+                               EncodeBeidouD1SubFrame(f, 2, c.m_auSow[1]), EncodeBeidouD1SubFrame(f, 3, c.m_auSow[2])));
+        EXPECT_EQ(Stored(kD1Satellite), c.m_bDecoded) << c.m_auSow[1] << " " << c.m_auSow[2];
+    }
+}
+
+TEST_F(BeidouD1, FrameIsDecodedAgainOnlyWhenAWordBehindTheSowChanges)
+{
+    SBeidouEphemerisFields f = DistinctFields(kD1Satellite);
+    Feed(MakeBin35D1Frame(f, kChannel));
+    ASSERT_EQ(Element().m_uSow, kSow);
+
+    f.m_uSow = kSow + 30; // the same frame again
+    Feed(MakeBin35D1Frame(f, kChannel));
+    f.m_uSow = kSow + 60;
+    f.m_uUrai = 3; // only word 1 of subframe 1 differs
+    Feed(MakeBin35D1Frame(f, kChannel));
+    EXPECT_EQ(Element().m_uSow, kSow);
+
+    f.m_uSow = kSow + 90;
+    f.m_uAode = 4; // word 9 of subframe 1
+    Feed(MakeBin35D1Frame(f, kChannel));
+    EXPECT_EQ(Element().m_uSow, kSow + 90);
+    EXPECT_EQ(g_BeidouNavState.m_aPendingEphemeris[kD1Satellite - 1].m_uUra, 3u);
+}
+
+TEST_F(BeidouD2, TenPagesInSequenceDecodeWordForWordInEitherPolarity)
+{
+    for (const SBeidouEphemerisFields& fields : FieldSets(kD2Satellite))
+    {
+        for (bool inverted : {false, true})
+        {
+            SCOPED_TRACE(testing::Message() << (inverted ? "inverted " : "upright ") << fields.m_iA0);
+            Reset();
+            for (const Bytes& frame : MakeBin35D2Frames(fields, kChannel, inverted))
+                Feed(frame);
+            ExpectBlock(EncodeBeidouDecodedWords(fields));
+            EXPECT_TRUE(Stored(kD2Satellite));
+        }
+    }
+}
+
+TEST_F(BeidouD2, PageRunWithAGapOrBeyond40SecondsDecodesNothing)
+{
+    const SBeidouEphemerisFields f = DistinctFields(kD2Satellite);
+    struct SPage
+    {
+        uint32_t m_uPage, m_uSeconds; // seconds behind the first page sent
+    };
+    const struct
+    {
+        const char* m_szName;
+        std::vector<SPage> m_aPages;
+        bool m_bDecoded;
+    } cases[] = {
+        {"full run in 27 s", {{1, 0}, {2, 3}, {3, 6}, {4, 9}, {5, 12}, {6, 15}, {7, 18}, {8, 21}, {9, 24}, {10, 27}}, true},
+        {"page 10 at 40 s", {{1, 0}, {2, 3}, {3, 6}, {4, 9}, {5, 12}, {6, 15}, {7, 18}, {8, 21}, {9, 24}, {10, 40}}, true},
+        {"page 10 at 41 s", {{1, 0}, {2, 3}, {3, 6}, {4, 9}, {5, 12}, {6, 15}, {7, 18}, {8, 21}, {9, 24}, {10, 41}}, false},
+        {"page 5 missing", {{1, 0}, {2, 3}, {3, 6}, {4, 9}, {6, 15}, {7, 18}, {8, 21}, {9, 24}, {10, 27}}, false},
+        {"no page 1", {{2, 3}, {3, 6}, {4, 9}, {5, 12}, {6, 15}, {7, 18}, {8, 21}, {9, 24}, {10, 27}}, false},
+    };
+    for (const auto& c : cases)
+    {
+        Reset();
+        for (const SPage& p : c.m_aPages)
+            Feed(D2PageFrame(f, p.m_uPage, kSow + p.m_uSeconds));
+        EXPECT_EQ(Stored(kD2Satellite), c.m_bDecoded) << c.m_szName;
+    }
+}
+
+TEST_F(BeidouDecodedForm, BlockBecomesARecordWithExactlyTheStatedFactors)
+{
+    Feed(MakeBin35DecodedFrame(DistinctFields(kD1Satellite), kChannel));
+    const SBeidouEphemeris& e = g_BeidouNavState.m_aPendingEphemeris[kD1Satellite - 1];
+    const struct
+    {
+        double SBeidouEphemeris::*m_pField;
+        double m_dExpected;
+    } doubles[] = {
+        {&SBeidouEphemeris::m_dAf0, -0.0006893381942063569},
+        {&SBeidouEphemeris::m_dAf1, 1.5563426103426536e-09},
+        {&SBeidouEphemeris::m_dAf2, -1.3552527156068812e-17},
+        {&SBeidouEphemeris::m_dSqrtA, 5400.21234703064},
+        {&SBeidouEphemeris::m_dEcc, 0.0019444443751126526},
+        {&SBeidouEphemeris::m_dOmega, 3.0029929771798027},
+        {&SBeidouEphemeris::m_dM0, -1.8060716863637105},
+        {&SBeidouEphemeris::m_dI0, 1.0613519394884467},
+        {&SBeidouEphemeris::m_dOmega0Bdt, -2.925836159997238},
+        {&SBeidouEphemeris::m_dOmega0, -2.924815263897238},
+        {&SBeidouEphemeris::m_dDeltaN, -4.409112228650657e-09},
+        {&SBeidouEphemeris::m_dOmegaDot, -1.428630936784336e-06},
+        {&SBeidouEphemeris::m_dIdot, -2.925479000800124e-09},
+        {&SBeidouEphemeris::m_dCuc, -4.6566594392067305e-05},
+        {&SBeidouEphemeris::m_dCus, 4.5991037040954865e-05},
+        {&SBeidouEphemeris::m_dCic, -2.5295186787847e-05},
+        {&SBeidouEphemeris::m_dCis, 3.5643111914400935e-05},
+        {&SBeidouEphemeris::m_dCrc, -2048.0},
+        {&SBeidouEphemeris::m_dCrs, 2047.984375},
+        {&SBeidouEphemeris::m_dTgd, -3.0000000000000004e-08},
+        {&SBeidouEphemeris::m_dTgd2, 4.1100000000000004e-08},
+        {&SBeidouEphemeris::m_dToc, 345734.0},
+        {&SBeidouEphemeris::m_dToe, 600014.0},
+        {&SBeidouEphemeris::m_dToeBdt, 600000.0},
+    };
+    for (const auto& d : doubles)
+        EXPECT_EQ(e.*d.m_pField, d.m_dExpected) << "expected " << d.m_dExpected;
+
+    EXPECT_EQ(e.m_uStatus, kStatusStored);
+    EXPECT_EQ(e.m_uWeek, 0x1A5B + 1356);
+    EXPECT_EQ(e.m_uTocWeek, e.m_uWeek);
+    EXPECT_EQ(e.m_uToeWeek, e.m_uWeek);
+    EXPECT_EQ(e.m_uIode, 75000 >> 2);
+    EXPECT_EQ(e.m_uIodc, 0x15);
+    EXPECT_EQ(e.m_uUra, 0xA);
+    EXPECT_EQ(e.m_uAode, 0x1B);
+    EXPECT_EQ(e.m_uHealth, 224); // SatH1
+    EXPECT_EQ(e.m_uFitFlag, 1u);
+
+    // The same block again, for a satellite whose record is in use, is not taken.
+    g_BeidouNavState.m_aEphemeris[kD1Satellite - 1].m_uStatus = kStatusInFit;
+    SBeidouEphemerisFields again = DistinctFields(kD1Satellite);
+    again.m_uSow = kSow + 30;
+    Feed(MakeBin35DecodedFrame(again, kChannel));
+    EXPECT_EQ(Element().m_uSow, kSow);
+}
+
+TEST_F(BeidouDecodedForm, WeeksIssueKeyAndHealthFollowTheBroadcastValues)
+{
+    constexpr uint32_t kWn = 900, kGpsWeek = kWn + 1356;
+    constexpr uint32_t kSqrtA = 5282u << 19, kLowSqrtA = 3000u << 19;
+    const struct
+    {
+        uint32_t m_uToc, m_uToe, m_uSow, m_uSqrtA, m_uEcc, m_uFlags;
+        double m_dToc;
+        uint32_t m_uTocWeek;
+        double m_dToe;
+        uint32_t m_uToeWeek, m_uIode, m_uHealth;
+    } cases[] = {
+        // toc x 8 = 604792 moves past the week's end, into the week after the sending time.
+        {75599, 75599, 604000, kSqrtA, 0, 0, 6.0, kGpsWeek + 1, 6.0, kGpsWeek + 1, 18899, 0},
+        // Reference late in the week, sent early: the week before. toe 0 gives the key 0.
+        {75000, 0, 1000, kSqrtA, 0, 0, 600014.0, kGpsWeek - 1, 14.0, kGpsWeek, 0, 0},
+        {100, 100, 800, kSqrtA, 0, 1u << 14, 814.0, kGpsWeek, 814.0, kGpsWeek, 25, 224},
+        {100, 100, 800, kLowSqrtA, 1717986918, 0, 814.0, kGpsWeek, 814.0, kGpsWeek, 25, 0},
+        {100, 100, 800, kLowSqrtA - 1, 0, 0, 814.0, kGpsWeek, 814.0, kGpsWeek, 25, 224},
+        {100, 100, 800, kSqrtA, 1717986919, 0, 814.0, kGpsWeek, 814.0, kGpsWeek, 25, 224}, // e just above 0.2
+    };
+    auto navState = std::make_unique<CGpsNavState>();
+    for (const auto& c : cases)
+    {
+        SBeidouDecoded block{};
+        block.m_auWord[eBdsSow] = c.m_uSow;
+        block.m_auWord[eBdsToc] = c.m_uToc;
+        block.m_auWord[eBdsToe] = c.m_uToe;
+        block.m_auWord[eBdsSqrtA] = c.m_uSqrtA;
+        block.m_auWord[eBdsEcc] = c.m_uEcc;
+        block.m_auWord[eBdsFlags] = c.m_uFlags;
+        block.m_auWord[eBdsWn] = kWn;
+        ConvertDecoded(block, 35, *navState); // the last row
+        const SBeidouEphemeris& e = navState->m_aPendingEphemeris[34];
+        SCOPED_TRACE(c.m_uToc);
+        EXPECT_EQ(e.m_dToc, c.m_dToc);
+        EXPECT_EQ(e.m_uTocWeek, c.m_uTocWeek);
+        EXPECT_EQ(e.m_dToe, c.m_dToe);
+        EXPECT_EQ(e.m_uToeWeek, c.m_uToeWeek);
+        EXPECT_EQ(e.m_uIode, c.m_uIode);
+        EXPECT_EQ(e.m_uHealth, c.m_uHealth);
+    }
+}
+
+TEST_F(BeidouOpenPoints, ChannelsAndSatellitesWithoutATableRowAreIgnored)
+{
+    // Nothing of a message on a channel without a decoder, or of a decoded
+    // block for a satellite without a row, may reach any table.
+    std::vector<SBeidouChannelEph> elementsBefore(g_paBIN_BeidouEph, g_paBIN_BeidouEph + kBeidouChannels);
+    const SBeidouEphemerisFields f = DistinctFields(kD1Satellite);
+    for (uint16_t channel : {uint16_t{20}, uint16_t{65535}})
+    {
+        EXPECT_EQ(BeidouSubFrameOfChannel(channel), nullptr);
+        ProcessBin35(MakeBin35DecodedFrame(f, channel).data());
+        ProcessBin35(MakeBin35D1Frame(f, channel).data());
+    }
+    for (uint16_t satellite : {0, 36, 99})
+        Feed(MakeBin35DecodedFrame(satellite, kChannel, EncodeBeidouDecodedWords(f)));
+    EXPECT_EQ(m_pDecoder->m_uPRN, 0u);
+    for (uint32_t row = 0; row < kSatRows; ++row)
+        EXPECT_EQ(g_BeidouNavState.m_aPendingEphemeris[row].m_uStatus, kStatusEmpty) << row;
+    EXPECT_EQ(std::memcmp(elementsBefore.data(), g_paBIN_BeidouEph, sizeof(SBeidouChannelEph) * kBeidouChannels), 0);
+    // The last channel and the last row are there to be used.
+    ProcessBin35(MakeBin35DecodedFrame(35, 19, EncodeBeidouDecodedWords(f)).data());
+    EXPECT_TRUE(Stored(35));
+    EXPECT_EQ(g_paBIN_BeidouEph[19].m_uSatellite, 35u);
+
+    // Raw satellites 0 and 33 reset the channel's sequence and decode nothing.
+    Feed(MakeBin35D1Frame(f, kChannel));
+    ASSERT_TRUE(Stored(kD1Satellite));
+    for (uint32_t satellite : {0u, 33u})
+    {
+        SBeidouEphemerisFields other = f;
+        other.m_uSatellite = satellite;
+        Feed(MakeBin35D1Frame(other, kChannel));
+        EXPECT_EQ(m_pDecoder->m_uPRN, satellite);
+        EXPECT_EQ(m_pDecoder->m_uFrameState, 0u);
+        EXPECT_EQ(Element().m_uSatellite, kD1Satellite);
+    }
+    EXPECT_FALSE(Stored(33));
+}
+
+TEST_F(BeidouEncoder, RinexValuesReachTheRecordWithinHalfAUnitThroughD1AndD2)
+{
+    SBeidouEphemerisValues v;
+    v.m_uWeek = 950, v.m_uSow = 345000, v.m_dToc = 345600.0, v.m_dToe = 345600.0;
+    v.m_dAf0 = -4.32163418829e-04, v.m_dAf1 = -1.34559030475e-11, v.m_dAf2 = 2.1e-19;
+    v.m_uAode = 1, v.m_uAodc = 2, v.m_uUrai = 2;
+    v.m_dCrs = 12.34375, v.m_dDeltaN = 3.7e-09, v.m_dM0 = -2.5, v.m_dCuc = 6.1e-07, v.m_dEcc = 1.2e-03;
+    v.m_dCus = 1.1e-05, v.m_dSqrtA = 5282.6, v.m_dCic = -2.3e-08, v.m_dOmega0 = 1.9, v.m_dCis = 4.0e-08;
+    v.m_dI0 = 0.96, v.m_dCrc = 168.5, v.m_dOmega = -0.9, v.m_dOmegaDot = -6.8e-09, v.m_dIdot = 1.2e-10;
+    v.m_dTgd1 = 2.4e-09, v.m_dTgd2 = -1.1e-09;
+    const double alpha[4] = {1.2e-08, 2.98e-08, -5.96e-08, -1.19e-07}, beta[4] = {1.0e5, 1.6e5, -6.5e4, -3.9e5};
+    std::copy(alpha, alpha + 4, v.m_adAlpha);
+    std::copy(beta, beta + 4, v.m_adBeta);
+
+    const double kPi = 3.141592653589793;
+    const struct
+    {
+        double SBeidouEphemeris::*m_pField;
+        double m_dValue, m_dUnit;
+    } fields[] = {
+        {&SBeidouEphemeris::m_dAf0, v.m_dAf0, 0x1p-33},     {&SBeidouEphemeris::m_dAf1, v.m_dAf1, 0x1p-50},
+        {&SBeidouEphemeris::m_dAf2, v.m_dAf2, 0x1p-66},     {&SBeidouEphemeris::m_dCrs, v.m_dCrs, 0x1p-6},
+        {&SBeidouEphemeris::m_dDeltaN, v.m_dDeltaN, kPi * 0x1p-43}, {&SBeidouEphemeris::m_dM0, v.m_dM0, kPi * 0x1p-31},
+        {&SBeidouEphemeris::m_dCuc, v.m_dCuc, 0x1p-31},     {&SBeidouEphemeris::m_dEcc, v.m_dEcc, 0x1p-33},
+        {&SBeidouEphemeris::m_dCus, v.m_dCus, 0x1p-31},     {&SBeidouEphemeris::m_dSqrtA, v.m_dSqrtA, 0x1p-19},
+        {&SBeidouEphemeris::m_dCic, v.m_dCic, 0x1p-31},     {&SBeidouEphemeris::m_dOmega0Bdt, v.m_dOmega0, kPi * 0x1p-31},
+        {&SBeidouEphemeris::m_dCis, v.m_dCis, 0x1p-31},     {&SBeidouEphemeris::m_dI0, v.m_dI0, kPi * 0x1p-31},
+        {&SBeidouEphemeris::m_dCrc, v.m_dCrc, 0x1p-6},      {&SBeidouEphemeris::m_dOmega, v.m_dOmega, kPi * 0x1p-31},
+        {&SBeidouEphemeris::m_dOmegaDot, v.m_dOmegaDot, kPi * 0x1p-43},
+        {&SBeidouEphemeris::m_dIdot, v.m_dIdot, kPi * 0x1p-43},
+        {&SBeidouEphemeris::m_dTgd, v.m_dTgd1, 1e-10},      {&SBeidouEphemeris::m_dTgd2, v.m_dTgd2, 1e-10},
+        {&SBeidouEphemeris::m_dToeBdt, v.m_dToe, 8.0},
+    };
+    for (uint32_t satellite : {kD1Satellite, kD2Satellite})
+    {
+        SCOPED_TRACE(satellite);
+        Reset();
+        v.m_uSatellite = satellite;
+        const SBeidouEphemerisFields q = QuantizeBeidouEphemeris(v);
+        if (satellite == kD2Satellite)
+        {
+            for (const Bytes& frame : MakeBin35D2Frames(q, kChannel))
+                Feed(frame);
+        }
+        else
+        {
+            Feed(MakeBin35D1Frame(q, kChannel));
+        }
+        ASSERT_TRUE(Stored(satellite));
+        const SBeidouEphemeris& e = g_BeidouNavState.m_aPendingEphemeris[satellite - 1];
+        for (const auto& field : fields)
+            EXPECT_NEAR(e.*field.m_pField, field.m_dValue, 0.5 * field.m_dUnit * (1 + 1e-9)) << field.m_dValue;
+        EXPECT_EQ(e.m_uWeek, 950 + 1356);
+        EXPECT_EQ(e.m_uAode, 1);
+        EXPECT_EQ(e.m_uIodc, 2);
+        EXPECT_EQ(e.m_uUra, 2);
+        EXPECT_EQ(e.m_uHealth, 0);
+        EXPECT_EQ(m_pDecoder->m_sDecoded.m_auWord[eBdsSow], 345000u);
+        // Klobuchar words, rounded by hand: alpha 13, 4, -1, -2; beta 49, 10, -1, -6.
+        EXPECT_EQ(m_pDecoder->m_sDecoded.m_auWord[eBdsAlpha], 0x0D04FFFEu);
+        EXPECT_EQ(m_pDecoder->m_sDecoded.m_auWord[eBdsBeta], 0x310AFFFAu);
+    }
+}
+} // namespace
