@@ -6,65 +6,33 @@
 #include "navstate/NavState.h"
 #include "obsconv/EpochAssembly.h"
 #include "obsconv/FixedPoint.h"
+#include "obsconv/ObsConstants.h"
 #include "rinex/ObsWriter.h"
 
 namespace
 {
+using namespace PackedObsRecord;
+
 // Frame offsets of the per-channel parts. L2 records and L1 P words exist for
 // 12 channels, L1 records and channel words for 15, of which 12 are driven.
 constexpr uint32_t kL2RecordsOffset = 24;
 constexpr uint32_t kL1RecordsOffset = 168;
 constexpr uint32_t kChannelWordsOffset = 348;
 constexpr uint32_t kL1PWordsOffset = 408;
-constexpr uint32_t kRecordSize = 12;
-constexpr uint32_t kWordSize = 4;
 
-// Observation record, three words: signal to noise and slip counter; good
-// lock, Doppler and the phase fragment's upper bits; code fragment and the
-// phase fragment's lower bits.
-constexpr uint32_t kWord0Offset = 0;
-constexpr uint32_t kWord1Offset = 4;
-constexpr uint32_t kWord2Offset = 8;
-
-constexpr uint32_t kSnrMask = 0xFFF;
-constexpr uint32_t kSlipCounterShift = 24;
-constexpr uint32_t kSlipCounterMask = 0xFF;
-// The receiver's slip counter wraps at 256.
-constexpr uint32_t kSlipModulus = 256;
-
-constexpr uint32_t kGoodLockMask = 0x1;
-constexpr uint32_t kDopplerShift = 1;
-constexpr uint32_t kDopplerMask = 0x7FFFFF;
-constexpr uint32_t kDopplerSignShift = 24;
-constexpr uint32_t kPhaseHighShift = 25; // phase fragment bits 16 to 22 in word 1
-constexpr uint32_t kPhaseHighMask = 0x7F;
-constexpr uint32_t kPhaseLowShift = 16;  // phase fragment bits 0 to 15 in word 2
-constexpr uint32_t kLow16Mask = 0xFFFF;
-
-// Channel word: the satellite, and above bit 12 the anchor's bits 16 to 34.
-constexpr uint32_t kPrnMask = 0xFF;
-constexpr uint32_t kAnchorHighShift = 13;
 // L1 P word: code fragment in the low 16 bits, signal to noise above.
 constexpr uint32_t kL1PSnrShift = 16;
 
 // L2 and L1 P are GPS signals; satellites numbered above this have none.
 constexpr uint32_t kHighestGpsPRN = 32;
 
-// Fixed-point formats: code in 1/256 m, phase in 1/1024 cycle, Doppler in
-// 1/512 Hz. Code fragments are the low 16 bits, phase fragments the low 23.
-constexpr uint32_t kCodeFractionBits = 8;
-constexpr uint32_t kPhaseFractionBits = 10;
-constexpr uint32_t kDopplerFractionBits = 9;
-constexpr uint32_t kCodeFragmentBits = 16;
-constexpr uint32_t kPhaseFragmentBits = 23;
-
 // Multiplied onto the raw 12-bit signal to noise value before the logarithm:
 // L1 C/A, and L2 or L1 P.
-constexpr double kSnrScaleL1 = 0.1024;
+constexpr double kSnrScaleL1 = kSnrScale12Bit;
 constexpr double kSnrScaleL2L1P = 0.1164;
-// Carrier cycles per metre (frequency over the speed of light): turns the
-// code range into the phase estimate that the phase fragment is placed on.
-constexpr double kL1CyclesPerMetre = 5.255035468570723;
+// L2 cycles per metre (1227.6 MHz over the speed of light): with the L1
+// value, turns the code range into the phase estimate that the phase
+// fragment is placed on.
 constexpr double kL2CyclesPerMetre = 4.094832832652519;
 
 bool IsEmptyRecord(uint32_t word0, uint32_t word1, uint32_t word2)

@@ -5,6 +5,7 @@
 #include "logio/ByteReader.h"
 #include "navstate/NavState.h"
 #include "obsconv/EpochAssembly.h"
+#include "obsconv/ObsConstants.h"
 #include "rinex/ObsWriter.h"
 
 namespace
@@ -25,8 +26,6 @@ constexpr uint32_t kSnrShift = 8;
 constexpr uint32_t kSnrMask = 0xFF;
 constexpr uint32_t kSlipCounterShift = 24;
 constexpr uint32_t kSlipCounterMask = 0xFF;
-// The receiver's slip counter wraps at 256.
-constexpr uint32_t kSlipModulus = 256;
 
 // Bit fields of word 1: the good-lock flag, and above bit 3 the Doppler as a
 // signed 28-bit value.
@@ -35,8 +34,6 @@ constexpr int32_t kDopplerShift = 4;
 
 // Multiplied onto the raw 8-bit signal to noise value before the logarithm.
 constexpr double kSnrScale8Bit = 0.8192;
-// L1 cycles per metre (1575.42 MHz over the speed of light): phase metres to cycles.
-constexpr double kL1CyclesPerMetre = 5.255035468570723;
 // The L1 cycles per metre over 4096: Doppler in 1/4096 m/s to Hz.
 constexpr double kL1DopplerScale = 0.0012829676436940242;
 } // namespace
