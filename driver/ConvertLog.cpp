@@ -12,10 +12,14 @@
 #include "logio/FrameReader.h"
 #include "navstate/BeidouSubFrame.h"
 #include "navstate/NavState.h"
+#include "obsconv/Bin36Decoder.h"
+#include "obsconv/Bin66Decoder.h"
 #include "obsconv/Bin76Decoder.h"
 #include "obsconv/Bin96Decoder.h"
 #include "obsconv/ObsSlots.h"
 #include "platform/Trace.h"
+#include "rinex/BeidouNavWriter.h"
+#include "rinex/GlonassNavWriter.h"
 #include "rinex/NavWriter.h"
 #include "rinex/ObsWriter.h"
 
@@ -142,7 +146,7 @@ bool DispatchBinFrame(const uint8_t* frame, uint32_t length, SLoopState& loop)
     {
         ++loop.m_auCount[eCount65];
         g_GlonassNavState.OnBin65(frame);
-        // The GLONASS navigation writer's pending pass follows here.
+        g_GlonassNavWriter.WritePending(true);
         ++RunStats.m_uGlonassEphFound;
     }
     else if (IsMessage<SBinaryMsg66>(number, length))
@@ -150,7 +154,7 @@ bool DispatchBinFrame(const uint8_t* frame, uint32_t length, SLoopState& loop)
         ++loop.m_auCount[eCount66];
         if (SameSecondsAsLogTime(ReadDouble(frame, kBin66SecondsOffset)))
         {
-            // The GLONASS observation decoder takes the frame here.
+            OnBin66(frame);
         }
         ++RunStats.m_uGlonassObsFound;
     }
@@ -158,7 +162,7 @@ bool DispatchBinFrame(const uint8_t* frame, uint32_t length, SLoopState& loop)
     {
         ++loop.m_auCount[eCount35];
         ProcessBin35(frame);
-        // The BeiDou navigation writer's pending pass follows here.
+        g_BeidouNavWriter.WritePending(true);
         ++RunStats.m_uBeidouEphFound;
     }
     else if (IsMessage<SBinaryMsg36>(number, length))
@@ -166,7 +170,7 @@ bool DispatchBinFrame(const uint8_t* frame, uint32_t length, SLoopState& loop)
         ++loop.m_auCount[eCount36];
         if (SameSecondsAsLogTime(ReadDouble(frame, kBin36SecondsOffset)))
         {
-            // The BeiDou observation decoder takes the frame here.
+            OnBin36(frame);
         }
         ++RunStats.m_uBeidouObsFound;
     }
@@ -174,7 +178,7 @@ bool DispatchBinFrame(const uint8_t* frame, uint32_t length, SLoopState& loop)
     {
         ++loop.m_auCount[eCount34];
         StoreCopy(stored.m_Bin34, frame);
-        // The BeiDou navigation writer's BDUT line follows the new copy.
+        g_BeidouNavWriter.WriteBdutLine();
     }
     else if (IsMessage<SBinaryMsg101>(number, length))
     {
@@ -283,7 +287,8 @@ void PrepareRun()
                         RunOptions.m_aLocationXyz);
     g_GpsNavWriter.SetFile(g_pGpsNavFile);
     ComputeGlonassWavelengths();
-    // The GLONASS and BeiDou navigation writers take their streams here.
+    g_GlonassNavWriter.SetFile(g_pGlonassNavFile);
+    g_BeidouNavWriter.SetFile(g_pBeidouNavFile);
     RunStats = SRunStats{};
 }
 

@@ -19,6 +19,10 @@ constexpr double kRinexVersion = 3.02;
 constexpr int kVersionGap = 11;
 constexpr const char* kNavDataText = "N: GNSS NAV DATA";
 
+// What a reserved line of the GPS and BeiDou headers holds until it is filled.
+constexpr const char* kBlankCommentLine =
+    "                                                            COMMENT             \n";
+
 // Room for one formatted line, also when a value overflows its field.
 constexpr size_t kLineBufferSize = 256;
 
@@ -74,6 +78,19 @@ void CWriteRinexNav::HeaderEnd()
     TraceMsg("m_posAllHeadersEnd WWW %ld\n", end);
     TraceMsg("m_posAllHeadersEnd DDD %ld\n", end);
     TraceMsg("Set POS %ld\n", end);
+}
+
+void CWriteRinexNav::WriteBlankReservedHeader(const char* typeText)
+{
+    if (m_pFile == nullptr)
+        return;
+
+    char versionLine[kNavLineBytes + 1];
+    MakeVersionLine(typeText, versionLine);
+    HeaderBegin(versionLine);
+    for (uint32_t line = 0; line < kReservedLines; ++line)
+        ReserveLine(line, kBlankCommentLine);
+    HeaderEnd();
 }
 
 void CWriteRinexNav::ReserveLine(uint32_t line, const char* text)

@@ -18,9 +18,10 @@
 // WriteHeader and WritePending, which run the shared pieces below.
 
 constexpr uint32_t kReservedLines = 4;
-constexpr uint32_t kNavLineBytes = 81;       // 80 characters and the line feed
-constexpr uint32_t kNoIssue = 0xFFFFFFFFu;   // no record written yet for a satellite
-constexpr uint32_t kReservedLeapSeconds = 3; // the LEAP SECONDS line in all three headers
+constexpr uint32_t kNavLineBytes = 81;          // 80 characters and the line feed
+constexpr uint32_t kNoIssue = 0xFFFFFFFFu;      // no record written yet for a satellite
+constexpr uint32_t kReservedTimeSystemCorr = 2; // GPUT, GLUT or BDUT: TIME SYSTEM CORR in all three headers
+constexpr uint32_t kReservedLeapSeconds = 3;    // the LEAP SECONDS line in all three headers
 
 class CWriteRinexNav
 {
@@ -54,6 +55,10 @@ public:
     void HeaderBegin(const char* versionLine);
     // Writes "END OF HEADER" and counts the header.
     void HeaderEnd();
+    // A whole header whose four reserved lines stand as blank COMMENT lines
+    // until their data arrive, as the GPS and BeiDou files have it: version
+    // line of `typeText`, program line, the reserved lines, end of header.
+    void WriteBlankReservedHeader(const char* typeText);
     // Notes the stream position in m_aposCorrLine[line] and writes `text`
     // there, a placeholder of 81 bytes.
     void ReserveLine(uint32_t line, const char* text);

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <cstdint>
+
+#include "gnsstime/GpsTime.h"
+#include "navstate/NavRecords.h"
+#include "rinex/NavWriter.h"
+
+// The BeiDou navigation file: the record of one satellite and issue in BDT,
+// the BDUT line from the stored BIN34, and the LEAP SECONDS line, which waits
+// for the GPS file to establish the run's leap seconds. The header reserves
+// its four lines as the GPS header does; lines 0 and 1 stay blank COMMENT
+// lines.
+class CWriteRinexBeiDouNav : public CWriteRinexNav
+{
+public:
+    // Version line, program line, four blank reserved lines, end of header.
+    // Called only from the pass.
+    void WriteHeader();
+    // The pass over satellites 1 to 32: a record goes out when its toe key
+    // differs from the last one written for the satellite. Then fills the
+    // LEAP SECONDS line once the GPS file has set the leap seconds, and the
+    // BDUT line once behind the header.
+    void WritePending(bool force);
+    // Appends the record of satellite `number` at the stream's position.
+    void WriteBeidouRecord(uint32_t number, const SBeidouEphemeris& record);
+    // Fills the BDUT line from the stored BIN34. The conversion loop calls it
+    // after every BIN34 it stores, so the file shows the log's last one.
+    void WriteBdutLine();
+
+    uint8_t m_bLeapPassDone = 0;
+    uint8_t m_bBdutWritten = 0;
+};
+
+// Moves a GPS time to BDT in place. The week stays a GPS week number.
+void GpsToBdt(GpsTime& time);
+
+// The run's BeiDou navigation writer.
+extern CWriteRinexBeiDouNav g_BeidouNavWriter;

@@ -1,0 +1,234 @@
+#include <cstdint>
+#include <cstdio>
+
+#include "gnsstime/GpsTime.h"
+#include "navstate/GlonassFrequencies.h"
+#include "navstate/NavState.h"
+#include "platform/Trace.h"
+#include "rinex/GlonassNavWriter.h"
+#include "rinex/NumberFields.h"
+
+// The GLONASS navigation file. A record's date comes straight from the day
+// and tb fields of the strings, not from the GPS time the intake worked out,
+// so the file shows the UTC time of tb as the satellite sent it.
+
+namespace
+{
+
+constexpr const char* kGlonassTypeText = "R: GLONASS";
+
+// The two reserved lines of the GLONASS header. The first record replaces
+// the time correction placeholder by its GLUT line.
+constexpr const char* kTimeCorrPlaceholder =
+    "                                                            CORR TO SYSTEM TIME \n";
+constexpr const char* kLeapSecondsPlaceholder =
+    "                                                            LEAP SECONDS        \n";
+
+// GLUT carries tau c only: the file has no drift term and no reference time
+// or week for it.
+constexpr double kGlutRate = 0.0;
+constexpr unsigned long kGlutReferenceTime = 0;
+constexpr unsigned long kGlutReferenceWeek = 0;
+
+constexpr double kSecondsPerMinute = 60.0;
+
+// Moscow time runs three hours ahead of UTC; a Moscow time in the first
+// three hours of a day belongs to the UTC day before.
+constexpr double kMoscowAheadOfUtc = 10800.0;
+constexpr double kMoscowDayWrap = 75600.0; // one day less the three hours
+
+// NT counts the days of a four-year interval from 1; its first year is the
+// leap year, and interval 1 starts with 1996.
+constexpr int64_t kDaysInInterval = 1461;
+constexpr int64_t kLastDayOfYear1 = 366;
+constexpr int64_t kLastDayOfYear2 = 731;
+constexpr int64_t kLastDayOfYear3 = 1096;
+constexpr int64_t kYearsPerInterval = 4;
+constexpr int64_t kYearBeforeInterval0 = 1991;
+
+// Days in the year before the start of each month, and the year's length.
+constexpr int32_t kMonthStartCommon[13] = {0, 31, 59, 90, 120, 151, 181, 212, 243, 273, 304, 334, 365};
+constexpr int32_t kMonthStartLeap[13] = {0, 31, 60, 91, 121, 152, 182, 213, 244, 274, 305, 335, 366};
+
+constexpr double kHoursPerSecond = 0.0002777777777777778;
+constexpr double kMinutesPerSecond = 0.016666666666666666;
+constexpr int32_t kLastHour = 23;
+constexpr int32_t kLastMinute = 59;
+
+// The stored frequency channel code is the channel number plus this.
+constexpr int16_t kChannelCodeOffset = 8;
+
+// Frequency number of the record's satellite, by n of string 4. An n outside
+// the slots can only come from damaged strings; the slot the message arrived
+// for stands in for it then.
+double FrequencyNumber(uint32_t stringSlot, uint32_t passSlot)
+{
+    uint32_t slot = stringSlot;
+    if (slot < 1 || slot > kGlonassSlots)
+        slot = passSlot;
+    if (slot < 1 || slot > kGlonassSlots)
+        return 0.0;
+    return static_cast<double>(g_aGlonassChannel[slot - 1] - kChannelCodeOffset);
+}
+
+} // namespace
+
+CWriteRinexGlonassNav g_GlonassNavWriter;
+
+void GlonassToCalendar(uint32_t n4, uint32_t nt, double seconds, SCalendarTime& calendar)
+{
+    // Signed and wide: an N4 or NT of 0 from damaged strings steps below
+    // zero here instead of wrapping.
+    int64_t interval = n4;
+    int64_t day = nt;
+    if (seconds < kMoscowAheadOfUtc)
+    {
+        seconds += kMoscowDayWrap;
+        if (day == 1)
+        {
+            day = kDaysInInterval;
+            --interval;
+        }
+        else
+        {
+            --day;
+        }
+    }
+    else
+    {
+        seconds -= kMoscowAheadOfUtc;
+    }
+
+    int64_t yearInInterval = 4;
+    if (day <= kLastDayOfYear1)
+    {
+        yearInInterval = 1;
+    }
+    else if (day <= kLastDayOfYear2)
+    {
+        yearInInterval = 2;
+        day -= kLastDayOfYear1;
+    }
+    else if (day <= kLastDayOfYear3)
+    {
+        yearInInterval = 3;
+        day -= kLastDayOfYear2;
+    }
+    else
+    {
+        day -= kLastDayOfYear3;
+    }
+    const int32_t year = static_cast<int32_t>(yearInInterval + kYearsPerInterval * interval + kYearBeforeInterval0);
+    calendar.m_iYear = year;
+
+    // The first month whose end is not before the day; a day beyond the
+    // year (damaged NT) stays in December.
+    const int32_t* monthStart = year % 4 == 0 ? kMonthStartLeap : kMonthStartCommon;
+    int32_t month = 1;
+    while (month < 12 && monthStart[month] < day)
+        ++month;
+    calendar.m_iMonth = month;
+    calendar.m_iDay = static_cast<int32_t>(day - monthStart[month - 1]);
+
+    // Held to the day in floating point, before the conversion to an
+    // integer: tb of damaged strings can run past midnight.
+    double hours = seconds * kHoursPerSecond;
+    if (hours > kLastHour)
+        hours = kLastHour;
+    const int32_t hour = static_cast<int32_t>(hours);
+    double minutes = (seconds - hour * 3600) * kMinutesPerSecond;
+    if (minutes > kLastMinute)
+        minutes = kLastMinute;
+    const int32_t minute = static_cast<int32_t>(minutes);
+    calendar.m_iHour = hour;
+    calendar.m_iMinute = minute;
+    calendar.m_dSeconds = seconds - hour * 3600 - minute * 60;
+    calendar.m_iSecond = static_cast<int32_t>(calendar.m_dSeconds);
+}
+
+void CWriteRinexGlonassNav::WriteHeader()
+{
+    TraceMsg("CWriteRinexGlonassNav::WriteHeader\n");
+    if (m_pFile == nullptr)
+        return;
+
+    char versionLine[kNavLineBytes + 1];
+    MakeVersionLine(kGlonassTypeText, versionLine);
+    HeaderBegin(versionLine);
+    ReserveLine(kReservedTimeSystemCorr, kTimeCorrPlaceholder);
+    ReserveLine(kReservedLeapSeconds, kLeapSecondsPlaceholder);
+    HeaderEnd();
+}
+
+void CWriteRinexGlonassNav::WriteHeaderFromPass()
+{
+    TraceMsg("WRITE GLONASS HEADER\n");
+    WriteHeader();
+}
+
+void CWriteRinexGlonassNav::WritePending(bool force)
+{
+    // Without a file the pass doesn't run, so it doesn't bring pending
+    // records into use either.
+    if (m_pFile == nullptr)
+        return;
+
+    PassPendingRecords(*this, g_GlonassNavState, kGlonassSlots, force, &CWriteRinexGlonassNav::WriteHeaderFromPass,
+                       &CWriteRinexGlonassNav::IssueKeyTb, &CWriteRinexGlonassNav::WriteGlonassRecord);
+
+    // The leap seconds come from the GPS file's lines; until those are
+    // filled (or without a GPS file) the placeholder stays.
+    if (m_bHeaderWritten && g_iGpsLeapSeconds != 0 && !m_bLeapPassDone)
+    {
+        FillLeapSecondsLine(g_iGpsLeapSeconds);
+        m_bLeapPassDone = 1;
+    }
+}
+
+void CWriteRinexGlonassNav::WriteGlonassRecord(uint32_t slot, const SGlonassEphemeris& record)
+{
+    if (m_pFile == nullptr)
+        return;
+
+    SCalendarTime calendar{};
+    GlonassToCalendar(record.m_uN4, record.m_uNt, record.m_uTbMinutes * kSecondsPerMinute, calendar);
+
+    // Only the first record of the run reaches the GLUT line: a later tau c
+    // leaves the header as it is. RINEX's correction is -tau c.
+    if (!m_bGlutWritten)
+    {
+        char a0[kFieldD17 + 1];
+        char a1[kFieldD16 + 1];
+        FormatD17(-record.m_dTauC, a0);
+        FormatD16(kGlutRate, a1);
+        FillReservedLine(kReservedTimeSystemCorr, "GLUT %17.17s%16.16s%7lu%5lu          TIME SYSTEM CORR    \n", a0,
+                         a1, kGlutReferenceTime, kGlutReferenceWeek);
+        m_bGlutWritten = 1;
+    }
+
+    // tb is a whole number of minutes, so the frame time is the UTC second
+    // of the day of tb; the receiver's tk isn't used.
+    const double frameTime = calendar.m_iHour * 3600.0 + calendar.m_iMinute * 60.0;
+
+    // RINEX's clock bias has the sign of -tau n.
+    char clock[3 * kFieldD19 + 1];
+    char* at = clock;
+    at += FormatD19(-record.m_dTauN, at);
+    at += FormatD19(record.m_dGamma, at);
+    FormatD19(frameTime, at);
+
+    // Hour and minute take their blank from the space flag, the seconds from
+    // the format; the precision gives the two digits.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat"
+    std::fprintf(m_pFile, "R%02.2d %04d %02.2d %02.2d% 02.2d% 02.2d %02.2d%s\n", static_cast<int>(slot),
+                 calendar.m_iYear, calendar.m_iMonth, calendar.m_iDay, calendar.m_iHour, calendar.m_iMinute,
+                 static_cast<int>(calendar.m_dSeconds), clock);
+#pragma GCC diagnostic pop
+
+    // Kilometres, km/s and km/s2 as the record holds them. The health field
+    // is Bn itself.
+    WriteOrbitRow(*this, record.m_dX, record.m_dVx, record.m_dAx, record.m_uBn);
+    WriteOrbitRow(*this, record.m_dY, record.m_dVy, record.m_dAy, FrequencyNumber(record.m_uSlot, slot));
+    WriteOrbitRow(*this, record.m_dZ, record.m_dVz, record.m_dAz, record.m_uEn);
+}
