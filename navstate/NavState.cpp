@@ -195,11 +195,6 @@ void CGpsNavState::UpdateEphemerisAge(uint32_t prn)
     record.m_uStatus = EvaluatedStatus(dt, limit, (record.m_uHealth & kGpsUnhealthyBit) != 0);
 }
 
-void CGpsNavState::ComputeSatState(uint32_t /*prn*/, const GpsTime* /*time*/)
-{
-    // The Kepler orbit of the row's record plugs in here.
-}
-
 bool CGpsNavState::ActivateEphemeris(uint32_t prn)
 {
     const int32_t row = static_cast<int32_t>(InternalPRNFromTruePRN(prn)) - 1;
@@ -222,11 +217,6 @@ bool CGpsNavState::ActivateEphemeris(uint32_t prn)
             UpdateElevation(prn, true);
     }
     return current.m_uStatus == kStatusInFit && current.m_uHealth == 0;
-}
-
-void CGpsNavState::UpdateElevation(uint32_t /*prn*/, bool /*fresh*/)
-{
-    // Elevation and azimuth from the satellite state plug in here.
 }
 
 // ---------------------------------------------------------------------------
@@ -285,11 +275,6 @@ void CGlonassNavState::UpdateEphemerisAge(uint32_t slot)
 
     const double dt = AgeFromLogTime(log, record.m_uGpsWeek, record.m_dGpsSeconds);
     record.m_uStatus = EvaluatedStatus(dt, kGlonassAgeLimit, record.m_uBn != 0 || record.m_uLn != 0);
-}
-
-void CGlonassNavState::ComputeSatState(uint32_t /*slot*/, const GpsTime* /*time*/)
-{
-    // The GLONASS orbit propagation of the slot's record plugs in here.
 }
 
 bool CGlonassNavState::ActivateEphemeris(uint32_t slot)

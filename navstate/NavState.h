@@ -52,6 +52,9 @@ public:
     void RegisterExtendedPRN(uint32_t prn);
     // Recomputes elevation and azimuth of a satellite from its state.
     void UpdateElevation(uint32_t prn, bool fresh);
+    // Evaluates a row's state polynomial at `seconds` into `out`: 2 when `out`
+    // is filled, 0 when the row has no computed state. The week is not used.
+    uint32_t PredictSatState(uint32_t prn, uint32_t week, double seconds, SSatState& out);
 
     SGpsEphemeris m_aEphemeris[kSatRows];
     SGpsEphemeris m_aPendingEphemeris[kSatRows];
