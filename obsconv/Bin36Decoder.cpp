@@ -7,6 +7,7 @@
 #include "obsconv/EpochAssembly.h"
 #include "obsconv/FixedPoint.h"
 #include "obsconv/ObsConstants.h"
+#include "obsconv/SatelliteUpkeep.h"
 
 namespace
 {
@@ -102,9 +103,7 @@ void DecodeBin36Slot(SObsSlot& slot, const uint8_t* frame)
 
     // Every observation re-evaluates its satellite's ephemeris, which is how a
     // record that arrived since the last epoch comes into use.
-    g_BeidouNavState.UpdateEphemerisAge(prn);
-    if (g_BeidouNavState.ActivateEphemeris(prn))
-        g_BeidouNavState.UpdateElevation(prn, true);
+    KeepSatelliteUp(g_BeidouNavState, prn, slot);
 }
 
 void OnBin36(const uint8_t* frame)

@@ -8,6 +8,7 @@
 #include "obsconv/EpochAssembly.h"
 #include "obsconv/FixedPoint.h"
 #include "obsconv/ObsConstants.h"
+#include "obsconv/SatelliteUpkeep.h"
 
 namespace
 {
@@ -89,9 +90,7 @@ void DecodeBin66Slot(SObsSlot& slot, const uint8_t* frame)
 
     // Every observation re-evaluates its satellite's ephemeris, which is how a
     // record that arrived since the last epoch comes into use.
-    g_GlonassNavState.UpdateEphemerisAge(prn);
-    if (g_GlonassNavState.ActivateEphemeris(prn))
-        g_GlonassNavState.UpdateElevation(prn, true);
+    KeepSatelliteUp(g_GlonassNavState, prn, slot);
 }
 
 void OnBin66(const uint8_t* frame)

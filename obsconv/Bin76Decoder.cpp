@@ -7,6 +7,7 @@
 #include "obsconv/EpochAssembly.h"
 #include "obsconv/FixedPoint.h"
 #include "obsconv/ObsConstants.h"
+#include "obsconv/SatelliteUpkeep.h"
 #include "rinex/ObsWriter.h"
 
 namespace
@@ -114,9 +115,7 @@ void DecodeBin76Slot(SObsSlot& slot, const uint8_t* frame)
 
     // Every observation re-evaluates its satellite's ephemeris, which is how a
     // record that arrived since the last epoch comes into use.
-    g_GpsNavState.UpdateEphemerisAge(prn);
-    if (g_GpsNavState.ActivateEphemeris(prn))
-        g_GpsNavState.UpdateElevation(prn, true);
+    KeepSatelliteUp(g_GpsNavState, prn, slot);
 }
 
 void OnBin76(const uint8_t* frame)

@@ -50,11 +50,12 @@ void OpenEpoch()
     writer.m_bEpochAccepted = PassRateGate() ? 1 : 0;
 }
 
-// The slip mark always; the measurements only for an epoch that will be written.
+// The slip mark always; the measurements only for an epoch that will be
+// written, and not for a satellite the elevation mask leaves out.
 void AddToEntry(SObsEntry& entry, const SObsSlot& slot)
 {
     NoteSlip(entry, slot);
-    if (g_ObsWriter.m_bEpochAccepted)
+    if (g_ObsWriter.m_bEpochAccepted && !slot.m_bMasked)
         FillEntry(entry, slot);
 }
 

@@ -17,6 +17,7 @@ struct SObsSlot
     uint32_t m_uSlipDelta;  // change of the slip counter since the previous message, modulo 256
     uint8_t m_bGoodLock;    // the receiver's good-lock bit
     uint32_t m_uSlipCounter; // last slip counter read, 0 to 255
+    uint8_t m_bMasked;      // left out of the observation file by the elevation mask
 };
 
 // Signal codes of the slot arrays.

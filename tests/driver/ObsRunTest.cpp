@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "logbuild/Bin96Encoder.h"
+#include "logbuild/GpsEphemerisEncoder.h"
 #include "support/ExpectedObsText.h"
 #include "support/ExpectedText.h"
 #include "support/ToolRun.h"
@@ -259,4 +260,64 @@ TEST(ObsRun, SiteEventsLandBehindTheEpochThatWasBeingGathered)
     AppendBytes(log, EpochFrame(2, kDay5 + 2));
     EXPECT_EQ(ConvertToObs(log).m_szObs,
               HeaderText(header) + EpochText(0, kDay5) + EpochText(1, kDay5 + 1) + EpochText(2, kDay5 + 2));
+}
+
+TEST(ObsRun, ElevationMaskWithALocationLeavesOutSatellitesBelowItAndThoseWithoutEphemerisUnlessB)
+{
+    // G05 has an ephemeris for the hour; G12 has none, so its elevation is not known.
+    SGpsEphemerisValues g05;
+    g05.m_uSatellite = 5;
+    g05.m_uTxTime = 430000;
+    g05.m_uWeek = kRunWeek;
+    g05.m_uIode = g05.m_uIodc = 7;
+    g05.m_dToc = g05.m_dToe = kDay5;
+    g05.m_dSqrtA = 5153.7;
+    g05.m_dEcc = 0.01;
+    g05.m_dI0 = 0.96;
+    Bytes log = MakeBin95Frame(g05);
+    AppendBytes(log, EpochFrame(0, kDay5));
+    AppendBytes(log, EpochFrame(1, kDay5 + 1));
+
+    const auto epochs = [](bool withG05, bool withG12) {
+        std::string text;
+        for (int k = 0; k < 2; ++k)
+        {
+            if (!withG05 && !withG12)
+                continue;
+            text += EpochLine(0, k, (withG05 ? 1 : 0) + (withG12 ? 1 : 0));
+            text += withG05 ? SatLine(kG05, k) : "";
+            text += withG12 ? SatLine(kG12, k) : "";
+        }
+        return text;
+    };
+    SHeaderParts header;
+    header.m_szFirst = TimeLine(0, "0.000000", "TIME OF FIRST OBS");
+    header.m_szLast = TimeLine(0, "1.000001", "TIME OF LAST OBS");
+
+    // Every elevation is at or above -90 and below 90 degrees.
+    const std::string place = "-L:55.5,9.75,40";
+    struct SCase
+    {
+        std::vector<std::string> m_aOptions;
+        bool m_bG05;
+        bool m_bG12;
+    };
+    // When nothing passes, the epochs still stand in the header's times, as
+    // for an epoch of satellites that never reach the file.
+    for (const SCase& c : {SCase{{place, "-E:-90"}, true, false}, SCase{{place, "-E:-90", "-B"}, true, true},
+                           SCase{{place, "-E:90", "-B"}, false, true}, SCase{{place, "-E:90"}, false, false},
+                           SCase{{place, "-B"}, true, true}, SCase{{"-E:90"}, true, true}})
+    {
+        std::string options;
+        for (const std::string& o : c.m_aOptions)
+            options += o + " ";
+        const std::string obs = ConvertToObs(log, c.m_aOptions).m_szObs;
+        const size_t body = obs.find(kEndOfHeader);
+        ASSERT_NE(body, std::string::npos) << options;
+        // The position line stands as the location gives it; its digits are checked with the site inputs.
+        const size_t position = obs.find("APPROX POSITION XYZ");
+        header.m_szPosition = position == std::string::npos ? "" : obs.substr(position - 60, 81);
+        EXPECT_EQ(obs, HeaderText(header) + epochs(c.m_bG05, c.m_bG12)) << options;
+    }
+
 }

@@ -1,0 +1,24 @@
+#include "obsconv/SatelliteUpkeep.h"
+
+#include "driver/RunOptions.h"
+
+bool LeftOutByMask(bool usable, double elevation)
+{
+    if (!RunOptions.m_bElevationMask || !RunOptions.m_bHaveLocation)
+        return false;
+    if (usable)
+        return elevation < RunOptions.m_dElevationMask;
+    return !RunOptions.m_bOutputBeforeEphemeris;
+}
+
+void KeepSatelliteUp(CGpsNavState& table, uint32_t prn, SObsSlot& slot)
+{
+    table.UpdateEphemerisAge(prn);
+    const bool usable = table.ActivateEphemeris(prn);
+    if (usable)
+        table.UpdateElevation(prn, true);
+
+    const uint32_t internal = table.InternalPRNFromTruePRN(prn);
+    const double elevation = internal >= 1 && internal <= kSatRows ? table.m_adElevation[internal - 1] : 0.0;
+    slot.m_bMasked = LeftOutByMask(usable, elevation) ? 1 : 0;
+}

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <cstdint>
+
+#include "navstate/NavState.h"
+#include "obsconv/ObsSlots.h"
+
+// The navigation state's upkeep for one decoded observation, on the table of
+// the satellite's system: the age of its ephemeris is evaluated again, a
+// record that arrived since the last epoch comes into use, and a usable
+// record gives a fresh elevation. Then decides whether the elevation mask
+// leaves the slot out of the observation file.
+void KeepSatelliteUp(CGpsNavState& table, uint32_t prn, SObsSlot& slot);
+
+// Whether -E leaves a satellite out of the observation file. The mask acts
+// only with a receiver location: then a satellite with a usable ephemeris is
+// left out below the mask, and one without (its elevation is not known) is
+// left out unless -B is given. Without -E nothing is left out.
+bool LeftOutByMask(bool usable, double elevation);
