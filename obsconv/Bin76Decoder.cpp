@@ -1,12 +1,10 @@
 #include "obsconv/Bin76Decoder.h"
 
-#include <cmath>
-
 #include "logio/ByteReader.h"
 #include "navstate/NavState.h"
 #include "obsconv/EpochAssembly.h"
-#include "obsconv/FixedPoint.h"
 #include "obsconv/ObsConstants.h"
+#include "obsconv/PackedRecord.h"
 #include "obsconv/SatelliteUpkeep.h"
 #include "rinex/ObsWriter.h"
 
@@ -35,11 +33,6 @@ constexpr double kSnrScaleL2L1P = 0.1164;
 // value, turns the code range into the phase estimate that the phase
 // fragment is placed on.
 constexpr double kL2CyclesPerMetre = 4.094832832652519;
-
-bool IsEmptyRecord(uint32_t word0, uint32_t word1, uint32_t word2)
-{
-    return word0 == 0 && word1 == 0 && word2 == 0;
-}
 } // namespace
 
 void DecodeBin76Slot(SObsSlot& slot, const uint8_t* frame)
@@ -54,20 +47,8 @@ void DecodeBin76Slot(SObsSlot& slot, const uint8_t* frame)
 
     const uint32_t l1Record = kL1RecordsOffset + kRecordSize * n;
     const uint32_t record = signal == kSignalGpsL2 ? kL2RecordsOffset + kRecordSize * n : l1Record;
-    const uint32_t channelWord = ReadU32(frame, kChannelWordsOffset + kWordSize * n);
-    const uint32_t word0 = ReadU32(frame, record + kWord0Offset);
-    const uint32_t word1 = ReadU32(frame, record + kWord1Offset);
-    const uint32_t word2 = ReadU32(frame, record + kWord2Offset);
-
-    uint32_t prn = channelWord & kPrnMask;
-    // A number the GPS table can't place leaves the channel empty for this
-    // message; the look-up also registers numbers above 32 in the extended rows.
-    const int32_t row = g_GpsNavState.SatIndexFromPRN(static_cast<int32_t>(prn));
-    if (row < 0 || row >= static_cast<int32_t>(kSatRows))
-        prn = 0;
-    // An all-zero record is how the receiver says the signal isn't tracked.
-    if (IsEmptyRecord(word0, word1, word2))
-        prn = 0;
+    const SPackedRecord words = ReadPackedRecord(frame, kChannelWordsOffset + kWordSize * n, record);
+    uint32_t prn = words.IsEmpty() ? 0 : PrnWithRow(g_GpsNavState, words.Prn(), kSatRows);
     if (signal != kSignalL1 && prn > kHighestGpsPRN)
         prn = 0;
 
@@ -78,40 +59,20 @@ void DecodeBin76Slot(SObsSlot& slot, const uint8_t* frame)
         return; // the measurements of the last occupant stay, unused
 
     const uint32_t l1PWord = signal == kSignalGpsL1P ? ReadU32(frame, kL1PWordsOffset + kWordSize * n) : 0;
-    const uint32_t rawSnr = signal == kSignalGpsL1P ? (l1PWord >> kL1PSnrShift) & kSnrMask : word0 & kSnrMask;
-    const double snrScale = signal == kSignalL1 ? kSnrScaleL1 : kSnrScaleL2L1P;
-    slot.m_dSnr = rawSnr != 0 ? 10.0 * std::log10(rawSnr * snrScale) : 0.0;
-
+    const uint32_t rawSnr = signal == kSignalGpsL1P ? (l1PWord >> kL1PSnrShift) & kSnrMask : words.m_uWord0 & kSnrMask;
     // L1 C/A and L1 P read the same counter; each slot keeps its own memory.
-    const uint32_t counter = (word0 >> kSlipCounterShift) & kSlipCounterMask;
-    if (fresh)
-        slot.m_uSlipCounter = counter; // a new satellite starts with delta 0
-    // Unsigned subtraction wraps at 2^32, a multiple of 256: 255 -> 1 gives 2.
-    slot.m_uSlipDelta = (counter - slot.m_uSlipCounter) % kSlipModulus;
-    slot.m_uSlipCounter = counter;
-
-    slot.m_bGoodLock = (word1 & kGoodLockMask) != 0 ? 1 : 0;
-    slot.m_dDoppler = DoubleFromFixed((word1 >> kDopplerShift) & kDopplerMask, kDopplerFractionBits,
-                                      ((word1 >> kDopplerSignShift) & 1u) != 0);
+    DecodeRecordState(slot, words, rawSnr, signal == kSignalL1 ? kSnrScaleL1 : kSnrScaleL2L1P, fresh);
 
     // The L1 C/A code range is sent whole, 35 bits, across the channel word
     // and the L1 record; every other code range is its low 16 bits, placed
     // on that anchor.
-    const uint32_t l1Word2 = ReadU32(frame, l1Record + kWord2Offset);
-    uint64_t code = (static_cast<uint64_t>(channelWord >> kAnchorHighShift) << kCodeFragmentBits) |
-                    (l1Word2 & kLow16Mask);
-    const uint32_t codeFragment = signal == kSignalGpsL1P ? l1PWord & kLow16Mask : word2 & kLow16Mask;
-    code = MergeLowBits(code, codeFragment, kCodeFragmentBits);
-    slot.m_dPseudorange = DoubleFromFixed(code, kCodeFractionBits, false);
+    const uint64_t anchor = CodeAnchor(words.m_uChannelWord, ReadU32(frame, l1Record + kWord2Offset));
+    slot.m_dPseudorange = CodeOnAnchor(anchor, signal == kSignalGpsL1P ? l1PWord : words.m_uWord2);
 
     // The phase comes modulo 8192 cycles; the whole cycles above that are
     // taken from the code range anew at every epoch.
     const double cyclesPerMetre = signal == kSignalGpsL2 ? kL2CyclesPerMetre : kL1CyclesPerMetre;
-    uint64_t phase = FixedFromDouble(slot.m_dPseudorange * cyclesPerMetre, kPhaseFractionBits);
-    const uint32_t phaseFragment = ((word1 >> kPhaseHighShift) & kPhaseHighMask) << kPhaseLowShift |
-                                   word2 >> kPhaseLowShift;
-    phase = MergeLowBits(phase, phaseFragment, kPhaseFragmentBits);
-    slot.m_dPhase = DoubleFromFixed(phase, kPhaseFractionBits, false);
+    slot.m_dPhase = PhaseOnEstimate(slot.m_dPseudorange * cyclesPerMetre, words);
 
     // Every observation re-evaluates its satellite's ephemeris, which is how a
     // record that arrived since the last epoch comes into use.

@@ -1,7 +1,5 @@
 #include "obsconv/Bin96Decoder.h"
 
-#include <cmath>
-
 #include "logio/ByteReader.h"
 #include "navstate/NavState.h"
 #include "obsconv/EpochAssembly.h"
@@ -47,13 +45,8 @@ void DecodeBin96Slot(SObsSlot& slot, const uint8_t* frame)
     const uint32_t record = kBin96FirstChannelOffset + kBin96ChannelRecordSize * slot.m_uChannel;
 
     const uint32_t word0 = ReadU32(frame, record + kRecordWord0Offset);
-    uint32_t prn = word0 & kPrnMask;
-    // A number the GPS table can't place (0, or a fourth distinct number above
-    // 32) leaves the channel empty for this message. The look-up also registers
-    // numbers above 32 in the extended rows.
-    const int32_t row = g_GpsNavState.SatIndexFromPRN(static_cast<int32_t>(prn));
-    if (row < 0 || row >= static_cast<int32_t>(kSatRows))
-        prn = 0;
+    // 0, or a fourth distinct number above 32, has no row.
+    const uint32_t prn = PrnWithRow(g_GpsNavState, word0 & kPrnMask, kSatRows);
 
     // A different satellite in the channel restarts its slip memory.
     const bool fresh = prn != slot.m_uPRN;
@@ -61,15 +54,8 @@ void DecodeBin96Slot(SObsSlot& slot, const uint8_t* frame)
     if (prn == 0)
         return; // the measurements of the last occupant stay, unused
 
-    const uint32_t rawSnr = (word0 >> kSnrShift) & kSnrMask;
-    slot.m_dSnr = rawSnr != 0 ? 10.0 * std::log10(rawSnr * kSnrScale8Bit) : 0.0;
-
-    const uint32_t counter = (word0 >> kSlipCounterShift) & kSlipCounterMask;
-    if (fresh)
-        slot.m_uSlipCounter = counter; // a new satellite starts with delta 0
-    // Unsigned subtraction wraps at 2^32, a multiple of 256: 255 -> 1 gives 2.
-    slot.m_uSlipDelta = (counter - slot.m_uSlipCounter) % kSlipModulus;
-    slot.m_uSlipCounter = counter;
+    SetSnrFromRaw(slot, (word0 >> kSnrShift) & kSnrMask, kSnrScale8Bit);
+    TakeSlipCounter(slot, (word0 >> kSlipCounterShift) & kSlipCounterMask, fresh);
 
     const int32_t word1 = ReadI32(frame, record + kRecordWord1Offset);
     slot.m_bGoodLock = (word1 & kGoodLockMask) != 0 ? 1 : 0;

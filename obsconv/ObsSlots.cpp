@@ -1,5 +1,9 @@
 #include "obsconv/ObsSlots.h"
 
+#include <cmath>
+
+#include "obsconv/ObsConstants.h"
+
 // Plain run-wide arrays: zeroed before main begins, so every slot starts empty
 // (satellite 0) with a slip counter of 0.
 SObsSlot g_aSlotGpsL1[kSlotsPerArray];
@@ -33,4 +37,18 @@ void InitObsSlots()
     for (uint32_t band = 0; band < kBdsSlotBands; ++band)
         for (uint32_t n = 0; n < kBdsSlotsPerBand; ++n)
             g_aSlotBds[band][n].m_uChannel = n;
+}
+
+void SetSnrFromRaw(SObsSlot& slot, uint32_t raw, double scale)
+{
+    slot.m_dSnr = raw != 0 ? 10.0 * std::log10(raw * scale) : 0.0;
+}
+
+void TakeSlipCounter(SObsSlot& slot, uint32_t counter, bool fresh)
+{
+    if (fresh)
+        slot.m_uSlipCounter = counter; // a new satellite starts with delta 0
+    // Unsigned subtraction wraps at 2^32, a multiple of 256: 255 -> 1 gives 2.
+    slot.m_uSlipDelta = (counter - slot.m_uSlipCounter) % kSlipModulus;
+    slot.m_uSlipCounter = counter;
 }

@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+#include "navstate/BeidouCarriers.h"
+
 // One channel of one signal, kept between messages: it remembers which
 // satellite its channel held and the receiver's last slip counter, which is
 // what makes slip detection work.
@@ -28,7 +30,7 @@ constexpr uint32_t kSignalGloL2 = 3;
 
 constexpr uint32_t kSlotsPerArray = 15;
 constexpr uint32_t kChannelsPerMessage = 12; // GPS and GLONASS messages drive 12 channels
-constexpr uint32_t kBdsSlotBands = 3;
+constexpr uint32_t kBdsSlotBands = kBeidouBands;
 constexpr uint32_t kBdsSlotsPerBand = 20;
 
 extern SObsSlot g_aSlotGpsL1[kSlotsPerArray];
@@ -40,3 +42,10 @@ extern SObsSlot g_aSlotBds[kBdsSlotBands][kBdsSlotsPerBand];
 
 // Sets channel index and signal code of every slot at the start of a conversion.
 void InitObsSlots();
+
+// Signal to noise in dB of the raw value times `scale`; 0.0 for a raw 0.
+void SetSnrFromRaw(SObsSlot& slot, uint32_t raw, double scale);
+
+// Takes the receiver's slip counter: the change since the previous message
+// modulo 256, 0 for a satellite `fresh` in the channel.
+void TakeSlipCounter(SObsSlot& slot, uint32_t counter, bool fresh);

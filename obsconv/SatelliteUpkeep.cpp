@@ -2,6 +2,12 @@
 
 #include "driver/RunOptions.h"
 
+uint32_t PrnWithRow(CGpsNavState& table, uint32_t prn, uint32_t rows)
+{
+    const int32_t row = table.SatIndexFromPRN(static_cast<int32_t>(prn));
+    return row >= 0 && row < static_cast<int32_t>(rows) ? prn : 0;
+}
+
 bool LeftOutByMask(bool usable, double elevation)
 {
     if (!RunOptions.m_bElevationMask || !RunOptions.m_bHaveLocation)

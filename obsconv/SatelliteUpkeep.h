@@ -12,6 +12,11 @@
 // leaves the slot out of the observation file.
 void KeepSatelliteUp(CGpsNavState& table, uint32_t prn, SObsSlot& slot);
 
+// `prn` when the table has a row for it among its first `rows`, else 0: a
+// number the table can't place leaves the channel empty for this message. The
+// look-up also registers numbers above 32 in the extended rows.
+uint32_t PrnWithRow(CGpsNavState& table, uint32_t prn, uint32_t rows);
+
 // Whether -E leaves a satellite out of the observation file. The mask acts
 // only with a receiver location: then a satellite with a usable ephemeris is
 // left out below the mask, and one without (its elevation is not known) is

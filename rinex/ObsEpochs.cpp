@@ -19,11 +19,6 @@ namespace
 
 constexpr double kGpsL1Hz = 1575419999.9999988;
 constexpr double kGpsL2Hz = 1227600000.0000012;
-constexpr double kBdsWavelength[kBdsBands] = {
-    0.192039486310276, // B1
-    0.248349369584306, // B2
-    0.236332464604421, // B3
-};
 
 // Satellite list limits of one epoch line: GPS alone, GPS and GLONASS, all.
 constexpr uint32_t kMaxGpsInList = 12;
@@ -371,7 +366,7 @@ void CWriteRinexObs::WriteSatelliteLines(const int32_t list[kEpochListSize], uin
             SObsEntry& entry = m_aBds[band][row];
             const bool hasValue = match && IsListed(entry);
             AppendSignal(line, sizeof(line), length, entry, hasValue, rangeShift,
-                         rangeShift / kBdsWavelength[band]);
+                         rangeShift / kBeidouBandWavelength[band]);
             holdsValue = holdsValue || hasValue;
         }
         if (holdsValue)

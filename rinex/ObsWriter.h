@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "gnsstime/GpsTime.h"
+#include "navstate/BeidouCarriers.h"
 #include "navstate/GlonassFrequencies.h"
 #include "navstate/NavState.h"
 #include "platform/FileIo.h"
@@ -37,7 +38,7 @@ struct SExternalHeader
 };
 extern SExternalHeader g_ExternalHeader;
 
-constexpr uint32_t kBdsBands = 3;
+constexpr uint32_t kBdsBands = kBeidouBands;
 constexpr uint32_t kEpochListSize = 47; // satellites of one epoch line, all systems
 
 // The observation file: its stream, interval and position, the table of the
