@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "gnsstime/GlonassDays.h"
 #include "gnsstime/GpsTime.h"
 #include "logio/BinaryMessages.h"
 #include "logio/ByteReader.h"
@@ -53,15 +54,6 @@ constexpr double kMaxSpeedSquaredKm2PerS2 = 100.0;
 // ---------------------------------------------------------------------------
 // Time
 
-// GLONASS time runs three hours ahead of UTC (Moscow time).
-constexpr double kMoscowOffsetSeconds = 10800.0;
-constexpr double kMoscowDayWrapSeconds = 75600.0; // one day less the three hours
-// NT counts the days of a four-year interval whose first year is the leap year.
-constexpr uint32_t kDaysInInterval = 1461;
-constexpr uint32_t kLastDayOfYear1 = 366;
-constexpr uint32_t kLastDayOfYear2 = 731;
-constexpr uint32_t kLastDayOfYear3 = 1096;
-constexpr uint32_t kYearsPerInterval = 4;
 // Year 1 of interval 1 is 1996, fifteen years after the GPS epoch's 1980.
 // For a year `years` after 1980, ((years - 1) >> 2) counts the leap days
 // since 1980 less the one of 1980 itself, which makes up for NT counting
@@ -212,43 +204,8 @@ bool GlonassTimeToGps(uint32_t n4, uint32_t nt, double t, uint32_t& week, double
 {
     // Moscow time to UTC: the first three hours of a Moscow day belong to
     // the UTC day before, which can lie in the interval before.
-    if (t < kMoscowOffsetSeconds)
-    {
-        t += kMoscowDayWrapSeconds;
-        if (nt == 1)
-        {
-            nt = kDaysInInterval;
-            --n4;
-        }
-        else
-        {
-            --nt;
-        }
-    }
-    else
-    {
-        t -= kMoscowOffsetSeconds;
-    }
-
-    uint32_t yearInInterval = 4;
-    if (nt <= kLastDayOfYear1)
-    {
-        yearInInterval = 1;
-    }
-    else if (nt <= kLastDayOfYear2)
-    {
-        yearInInterval = 2;
-        nt -= kLastDayOfYear1;
-    }
-    else if (nt <= kLastDayOfYear3)
-    {
-        yearInInterval = 3;
-        nt -= kLastDayOfYear2;
-    }
-    else
-    {
-        nt -= kLastDayOfYear3;
-    }
+    MoscowToUtcDay(n4, nt, t);
+    const uint32_t yearInInterval = YearOfInterval(nt);
 
     const uint32_t year = yearInInterval + kYearsPerInterval * (n4 - 1);
     const uint32_t days = (year + kYearsFrom1980) * kDaysPerCommonYear + ((year + kYearsFrom1980 - 1) >> 2) + nt -

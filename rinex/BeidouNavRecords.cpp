@@ -118,20 +118,8 @@ void CWriteRinexBeiDouNav::WriteBeidouRecord(uint32_t number, const SBeidouEphem
     }
     TraceMsg("IODE BDS %u %d\n", record.m_uAode, number);
 
-    char clock[3 * kFieldD19 + 1];
-    char* at = clock;
-    at += FormatD19(record.m_dAf0, at);
-    at += FormatD19(record.m_dAf1, at);
-    FormatD19(record.m_dAf2, at);
-
-    // Hour and minute take their blank from the space flag, the seconds from
-    // the format; the precision gives the two digits.
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wformat"
-    std::fprintf(m_pFile, "C%02.2d %04d %02.2d %02.2d% 02.2d% 02.2d %02.2d%s\n", static_cast<int>(number),
-                 calendar.m_iYear, calendar.m_iMonth, calendar.m_iDay, calendar.m_iHour, calendar.m_iMinute,
-                 static_cast<int>(calendar.m_dSeconds), clock);
-#pragma GCC diagnostic pop
+    WriteClockLine('C', number, calendar, static_cast<int>(calendar.m_dSeconds), record.m_dAf0, record.m_dAf1,
+                   record.m_dAf2);
 
     // Line 1 shows the AODE, not the key that made the record due. Line 5's
     // week is a BDT week, signed. Line 6 has both group delays. Line 7 has

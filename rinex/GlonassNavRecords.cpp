@@ -1,6 +1,7 @@
 #include <cstdint>
 #include <cstdio>
 
+#include "gnsstime/GlonassDays.h"
 #include "gnsstime/GpsTime.h"
 #include "navstate/GlonassFrequencies.h"
 #include "navstate/NavState.h"
@@ -32,18 +33,7 @@ constexpr unsigned long kGlutReferenceWeek = 0;
 
 constexpr double kSecondsPerMinute = 60.0;
 
-// Moscow time runs three hours ahead of UTC; a Moscow time in the first
-// three hours of a day belongs to the UTC day before.
-constexpr double kMoscowAheadOfUtc = 10800.0;
-constexpr double kMoscowDayWrap = 75600.0; // one day less the three hours
-
-// NT counts the days of a four-year interval from 1; its first year is the
-// leap year, and interval 1 starts with 1996.
-constexpr int64_t kDaysInInterval = 1461;
-constexpr int64_t kLastDayOfYear1 = 366;
-constexpr int64_t kLastDayOfYear2 = 731;
-constexpr int64_t kLastDayOfYear3 = 1096;
-constexpr int64_t kYearsPerInterval = 4;
+// Interval 1 starts with 1996.
 constexpr int64_t kYearBeforeInterval0 = 1991;
 
 // Days in the year before the start of each month, and the year's length.
@@ -81,43 +71,8 @@ void GlonassToCalendar(uint32_t n4, uint32_t nt, double seconds, SCalendarTime& 
     // zero here instead of wrapping.
     int64_t interval = n4;
     int64_t day = nt;
-    if (seconds < kMoscowAheadOfUtc)
-    {
-        seconds += kMoscowDayWrap;
-        if (day == 1)
-        {
-            day = kDaysInInterval;
-            --interval;
-        }
-        else
-        {
-            --day;
-        }
-    }
-    else
-    {
-        seconds -= kMoscowAheadOfUtc;
-    }
-
-    int64_t yearInInterval = 4;
-    if (day <= kLastDayOfYear1)
-    {
-        yearInInterval = 1;
-    }
-    else if (day <= kLastDayOfYear2)
-    {
-        yearInInterval = 2;
-        day -= kLastDayOfYear1;
-    }
-    else if (day <= kLastDayOfYear3)
-    {
-        yearInInterval = 3;
-        day -= kLastDayOfYear2;
-    }
-    else
-    {
-        day -= kLastDayOfYear3;
-    }
+    MoscowToUtcDay(interval, day, seconds);
+    const int64_t yearInInterval = YearOfInterval(day);
     const int32_t year = static_cast<int32_t>(yearInInterval + kYearsPerInterval * interval + kYearBeforeInterval0);
     calendar.m_iYear = year;
 
@@ -211,20 +166,8 @@ void CWriteRinexGlonassNav::WriteGlonassRecord(uint32_t slot, const SGlonassEphe
     const double frameTime = calendar.m_iHour * 3600.0 + calendar.m_iMinute * 60.0;
 
     // RINEX's clock bias has the sign of -tau n.
-    char clock[3 * kFieldD19 + 1];
-    char* at = clock;
-    at += FormatD19(-record.m_dTauN, at);
-    at += FormatD19(record.m_dGamma, at);
-    FormatD19(frameTime, at);
-
-    // Hour and minute take their blank from the space flag, the seconds from
-    // the format; the precision gives the two digits.
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wformat"
-    std::fprintf(m_pFile, "R%02.2d %04d %02.2d %02.2d% 02.2d% 02.2d %02.2d%s\n", static_cast<int>(slot),
-                 calendar.m_iYear, calendar.m_iMonth, calendar.m_iDay, calendar.m_iHour, calendar.m_iMinute,
-                 static_cast<int>(calendar.m_dSeconds), clock);
-#pragma GCC diagnostic pop
+    WriteClockLine('R', slot, calendar, static_cast<int>(calendar.m_dSeconds), -record.m_dTauN, record.m_dGamma,
+                   frameTime);
 
     // Kilometres, km/s and km/s2 as the record holds them. The health field
     // is Bn itself.

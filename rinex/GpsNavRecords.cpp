@@ -27,8 +27,6 @@ constexpr uint32_t kLineGpsb = 1;
 constexpr uint32_t kLineGput = 2;
 
 constexpr const char* kGpsTypeText = "G: GPS";
-constexpr const char* kBlankCommentLine =
-    "                                                            COMMENT             \n";
 
 // A clock time a hair below a whole second prints as that second.
 constexpr double kTocPrintOffset = 0.05;
@@ -142,12 +140,7 @@ void CWriteRinexNav::WriteHeader()
     if (m_pFile == nullptr)
         return;
 
-    char versionLine[kNavLineBytes + 1];
-    MakeVersionLine(kGpsTypeText, versionLine);
-    HeaderBegin(versionLine);
-    for (uint32_t line = 0; line < kReservedLines; ++line)
-        ReserveLine(line, kBlankCommentLine);
-    HeaderEnd();
+    WriteBlankReservedHeader(kGpsTypeText);
 }
 
 void CWriteRinexNav::WritePending(bool force)
@@ -175,22 +168,7 @@ void CWriteRinexNav::WriteGpsRecord(uint32_t number, const SGpsEphemeris& record
     SCalendarTime calendar{};
     GpsPlusToCalendar(GpsTime{record.m_uTocWeek, record.m_dToc}, calendar, kTocPrintOffset);
 
-    char clock[3 * kFieldD19 + 1];
-    char* at = clock;
-    at += FormatD19(record.m_dAf0, at);
-    at += FormatD19(record.m_dAf1, at);
-    FormatD19(record.m_dAf2, at);
-
-    // The hour and minute take their blank from the space flag, the seconds
-    // from the format. The zero flags have no effect beside the precision,
-    // which gives the two digits; the format is kept as the file's readers
-    // know it.
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wformat"
-    std::fprintf(m_pFile, "G%02.2d %04d %02.2d %02.2d% 02.2d% 02.2d %02.2d%s\n", static_cast<int>(number),
-                 calendar.m_iYear, calendar.m_iMonth, calendar.m_iDay, calendar.m_iHour, calendar.m_iMinute,
-                 calendar.m_iSecond, clock);
-#pragma GCC diagnostic pop
+    WriteClockLine('G', number, calendar, calendar.m_iSecond, record.m_dAf0, record.m_dAf1, record.m_dAf2);
 
     // The record holds seconds, metres and radians already: no scaling here.
     // Line 7 shows the clock time where RINEX has the transmission time.

@@ -6,6 +6,7 @@
 
 #include "platform/FileIo.h"
 #include "platform/Trace.h"
+#include "rinex/NumberFields.h"
 #include "rinex/ProgramLine.h"
 
 // What the three navigation writers share: the object, the header's first and
@@ -78,6 +79,27 @@ void CWriteRinexNav::HeaderEnd()
     TraceMsg("m_posAllHeadersEnd WWW %ld\n", end);
     TraceMsg("m_posAllHeadersEnd DDD %ld\n", end);
     TraceMsg("Set POS %ld\n", end);
+}
+
+void CWriteRinexNav::WriteClockLine(char system, uint32_t number, const SCalendarTime& calendar, int seconds,
+                                    double v0, double v1, double v2)
+{
+    char clock[3 * kFieldD19 + 1];
+    char* at = clock;
+    at += FormatD19(v0, at);
+    at += FormatD19(v1, at);
+    FormatD19(v2, at);
+
+    // The hour and minute take their blank from the space flag, the seconds
+    // from the format. The zero flags have no effect beside the precision,
+    // which gives the two digits; the format is kept as the file's readers
+    // know it.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat"
+    std::fprintf(m_pFile, "%c%02.2d %04d %02.2d %02.2d% 02.2d% 02.2d %02.2d%s\n", system, static_cast<int>(number),
+                 calendar.m_iYear, calendar.m_iMonth, calendar.m_iDay, calendar.m_iHour, calendar.m_iMinute, seconds,
+                 clock);
+#pragma GCC diagnostic pop
 }
 
 void CWriteRinexNav::WriteBlankReservedHeader(const char* typeText)

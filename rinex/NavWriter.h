@@ -70,6 +70,10 @@ public:
     __attribute__((format(printf, 3, 4))) void FillReservedLine(uint32_t line, const char* format, ...);
     // Fills the LEAP SECONDS line with `leapSeconds`.
     void FillLeapSecondsLine(int32_t leapSeconds);
+    // The first line of a record: system letter, number, the calendar time of
+    // the record with whole `seconds`, and three D19 fields.
+    void WriteClockLine(char system, uint32_t number, const SCalendarTime& calendar, int seconds, double v0,
+                        double v1, double v2);
 
     uint8_t m_bHeaderWritten;
     uint8_t m_bIonoWritten;
