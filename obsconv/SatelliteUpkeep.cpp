@@ -8,9 +8,17 @@ uint32_t PrnWithRow(CGpsNavState& table, uint32_t prn, uint32_t rows)
     return row >= 0 && row < static_cast<int32_t>(rows) ? prn : 0;
 }
 
+namespace
+{
+bool MaskActs()
+{
+    return RunOptions.m_bElevationMask && RunOptions.m_bHaveLocation;
+}
+} // namespace
+
 bool LeftOutByMask(bool usable, double elevation)
 {
-    if (!RunOptions.m_bElevationMask || !RunOptions.m_bHaveLocation)
+    if (!MaskActs())
         return false;
     if (usable)
         return elevation < RunOptions.m_dElevationMask;
@@ -21,6 +29,13 @@ void KeepSatelliteUp(CGpsNavState& table, uint32_t prn, SObsSlot& slot)
 {
     table.UpdateEphemerisAge(prn);
     const bool usable = table.ActivateEphemeris(prn);
+    // The elevation serves the mask alone: without it the orbit isn't
+    // computed for every observation.
+    if (!MaskActs())
+    {
+        slot.m_bMasked = 0;
+        return;
+    }
     if (usable)
         table.UpdateElevation(prn, true);
 

@@ -8,8 +8,8 @@
 // The navigation state's upkeep for one decoded observation, on the table of
 // the satellite's system: the age of its ephemeris is evaluated again, a
 // record that arrived since the last epoch comes into use, and a usable
-// record gives a fresh elevation. Then decides whether the elevation mask
-// leaves the slot out of the observation file.
+// record gives a fresh elevation when the elevation mask acts. Then decides
+// whether the mask leaves the slot out of the observation file.
 void KeepSatelliteUp(CGpsNavState& table, uint32_t prn, SObsSlot& slot);
 
 // `prn` when the table has a row for it among its first `rows`, else 0: a

@@ -8,6 +8,7 @@
 #include "navstate/GlonassFrequencies.h"
 #include "platform/FileIo.h"
 #include "platform/Trace.h"
+#include "rinex/ObsValueField.h"
 #include "rinex/ObsWriter.h"
 
 // The epoch records of the observation file: the flush of the pending epoch,
@@ -66,6 +67,44 @@ __attribute__((format(printf, 4, 5))) void AppendFormat(char* line, size_t size,
         length = std::min(length + static_cast<size_t>(n), size - 1);
 }
 
+// One value with its loss-of-lock character and strength digit, as
+// "%14.3f%c%1u" gives them.
+void AppendValue(char* line, size_t size, size_t& length, double value, char lli, uint32_t strength)
+{
+    constexpr size_t kFieldWidth = 14;
+    constexpr uint32_t kLargestDigit = 9;
+    char field[32];
+    const size_t n = FormatObsValue(value, field, sizeof(field));
+    if (n != kFieldWidth || strength > kLargestDigit || length + kFieldWidth + 2 >= size)
+    {
+        AppendFormat(line, size, length, "%14.3f%c%1u", value, lli, strength);
+        return;
+    }
+    std::memcpy(line + length, field, kFieldWidth);
+    length += kFieldWidth;
+    line[length++] = lli;
+    line[length++] = static_cast<char>('0' + strength);
+    line[length] = '\0';
+}
+
+// The system letter and the satellite number, as "G%02.2d" gives them.
+void AppendSatellite(char* line, size_t size, size_t& length, char system, int32_t number)
+{
+    constexpr int32_t kLargestTwoDigits = 99;
+    if (number < 0 || number > kLargestTwoDigits || length + 4 >= size)
+    {
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat" // "%02.2d": the '0' flag beside the precision changes nothing
+        AppendFormat(line, size, length, "%c%02.2d", system, number);
+#pragma GCC diagnostic pop
+        return;
+    }
+    line[length++] = system;
+    line[length++] = static_cast<char>('0' + number / 10);
+    line[length++] = static_cast<char>('0' + number % 10);
+    line[length] = '\0';
+}
+
 char LliOf(const SObsEntry& entry)
 {
     return (entry.m_uLli != 0 || entry.m_uRepeatLli != 0) ? '1' : ' ';
@@ -79,15 +118,15 @@ void AppendSignal(char* line, size_t size, size_t& length, SObsEntry& entry, boo
 {
     if (hasValue)
     {
-        AppendFormat(line, size, length, "%14.3f%c%1u%14.3f%c%1u%14.3f%c%1u", phaseShift + entry.m_dPhase,
-                     LliOf(entry), entry.m_uStrength, rangeShift + entry.m_dPseudorange, ' ', entry.m_uStrength,
-                     entry.m_dDoppler, ' ', entry.m_uStrength);
+        AppendValue(line, size, length, phaseShift + entry.m_dPhase, LliOf(entry), entry.m_uStrength);
+        AppendValue(line, size, length, rangeShift + entry.m_dPseudorange, ' ', entry.m_uStrength);
+        AppendValue(line, size, length, entry.m_dDoppler, ' ', entry.m_uStrength);
         entry.m_uRepeatLli = 0;
     }
     else
     {
-        AppendFormat(line, size, length, "%14.3f%c%1u%14.3f%c%1u%14.3f%c%1u", 0.0, ' ', 0u, 0.0, ' ', 0u, 0.0, ' ',
-                     0u);
+        for (int i = 0; i < 3; ++i)
+            AppendValue(line, size, length, 0.0, ' ', 0u);
         entry.m_uRepeatLli = 1;
     }
 }
@@ -274,12 +313,10 @@ void CWriteRinexObs::WriteSatelliteLines(const int32_t list[kEpochListSize], uin
             continue;
 
         length = 0;
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wformat" // "%02.2d": the '0' flag beside the precision changes nothing
-        AppendFormat(line, sizeof(line), length, "G%02.2d%14.3f%c%1u%14.3f%c%1u%14.3f%c%1u", number,
-                     r * kGpsL1Hz + l1.m_dPhase, LliOf(l1), l1.m_uStrength, rangeShift + l1.m_dPseudorange, ' ',
-                     l1.m_uStrength, l1.m_dDoppler, ' ', l1.m_uStrength);
-#pragma GCC diagnostic pop
+        AppendSatellite(line, sizeof(line), length, 'G', number);
+        AppendValue(line, sizeof(line), length, r * kGpsL1Hz + l1.m_dPhase, LliOf(l1), l1.m_uStrength);
+        AppendValue(line, sizeof(line), length, rangeShift + l1.m_dPseudorange, ' ', l1.m_uStrength);
+        AppendValue(line, sizeof(line), length, l1.m_dDoppler, ' ', l1.m_uStrength);
         l1.m_uRepeatLli = 0;
 
         if (m_bSeenL2)
@@ -291,11 +328,10 @@ void CWriteRinexObs::WriteSatelliteLines(const int32_t list[kEpochListSize], uin
         {
             const SObsEntry& p = m_aGpsL1P[row];
             if (IsListed(p))
-                AppendFormat(line, sizeof(line), length, "%14.3f%c%1u", rangeShift + p.m_dPseudorange, ' ',
-                             p.m_uStrength);
+                AppendValue(line, sizeof(line), length, rangeShift + p.m_dPseudorange, ' ', p.m_uStrength);
             else
             {
-                AppendFormat(line, sizeof(line), length, "%14.3f%c%1u", 0.0, ' ', 0u);
+                AppendValue(line, sizeof(line), length, 0.0, ' ', 0u);
                 TraceMsg("BLANK GPS L1P\n");
             }
         }
@@ -318,12 +354,11 @@ void CWriteRinexObs::WriteSatelliteLines(const int32_t list[kEpochListSize], uin
 
             length = 0;
             const double l1Wavelength = g_aGlonassWavelength[number - 1][0];
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wformat" // "%02.2d": the '0' flag beside the precision changes nothing
-            AppendFormat(line, sizeof(line), length, "R%02.2d%14.3f%c%1u%14.3f%c%1u%14.3f%c%1u", number,
-                         rangeShift / l1Wavelength + l1.m_dPhase, LliOf(l1), l1.m_uStrength,
-                         rangeShift + l1.m_dPseudorange, ' ', l1.m_uStrength, l1.m_dDoppler, ' ', l1.m_uStrength);
-#pragma GCC diagnostic pop
+            AppendSatellite(line, sizeof(line), length, 'R', number);
+            AppendValue(line, sizeof(line), length, rangeShift / l1Wavelength + l1.m_dPhase, LliOf(l1),
+                        l1.m_uStrength);
+            AppendValue(line, sizeof(line), length, rangeShift + l1.m_dPseudorange, ' ', l1.m_uStrength);
+            AppendValue(line, sizeof(line), length, l1.m_dDoppler, ' ', l1.m_uStrength);
             l1.m_uRepeatLli = 0;
 
             if (m_bSeenL2)
@@ -353,10 +388,7 @@ void CWriteRinexObs::WriteSatelliteLines(const int32_t list[kEpochListSize], uin
         length = 0;
         if (match)
         {
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wformat" // "%02.2d": the '0' flag beside the precision changes nothing
-            AppendFormat(line, sizeof(line), length, "C%02.2d", number);
-#pragma GCC diagnostic pop
+            AppendSatellite(line, sizeof(line), length, 'C', number);
         }
         bool holdsValue = false;
         for (uint32_t band = 0; band < kBdsBands; ++band)
