@@ -2,6 +2,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <initializer_list>
 
 #include "gnsstime/GpsTime.h"
 #include "platform/FileIo.h"
@@ -28,28 +29,80 @@ char s_aMoveBuffer[4096];
 // (a value wider than its field) is cut to 80 characters and its line feed:
 // the epochs lie directly behind the header, and a longer line would
 // overwrite them at the next rewrite.
-__attribute__((format(printf, 2, 3))) void PutHeaderLine(std::FILE* file, const char* format, ...)
+// Returns the length of the line in `dst`, which holds at least 82 bytes; a
+// failed formatting leaves an empty line.
+size_t FormatHeaderLineV(char* dst, const char* format, std::va_list args)
 {
     char line[256];
-    std::va_list args;
-    va_start(args, format);
     const int length = std::vsnprintf(line, sizeof(line), format, args);
-    va_end(args);
     if (length < 0)
-        return;
+    {
+        dst[0] = '\0';
+        return 0;
+    }
     if (static_cast<uint32_t>(length) > kLineBytes)
     {
         line[kLineBytes - 1] = '\n';
         line[kLineBytes] = '\0';
     }
+    const size_t n = std::strlen(line);
+    std::memcpy(dst, line, n + 1);
+    return n;
+}
+
+__attribute__((format(printf, 2, 3))) size_t FormatHeaderLine(char* dst, const char* format, ...)
+{
+    std::va_list args;
+    va_start(args, format);
+    const size_t n = FormatHeaderLineV(dst, format, args);
+    va_end(args);
+    return n;
+}
+
+__attribute__((format(printf, 2, 3))) void PutHeaderLine(std::FILE* file, const char* format, ...)
+{
+    char line[kLineBytes + 1];
+    std::va_list args;
+    va_start(args, format);
+    FormatHeaderLineV(line, format, args);
+    va_end(args);
     std::fputs(line, file);
 }
 
-// A TIME OF FIRST OBS or TIME OF LAST OBS line; `format` holds the label.
-void PutObsTimeLine(std::FILE* file, const char* format, const SCalendarTime& calendar, double seconds)
+// "%-80s\n" as a header line: the text cut at 80 characters, padded with
+// blanks to 80, and the line feed.
+void PutPaddedLine(std::FILE* file, const char* text)
 {
-    PutHeaderLine(file, format, calendar.m_iYear, calendar.m_iMonth, calendar.m_iDay, calendar.m_iHour,
-                  calendar.m_iMinute, seconds);
+    constexpr size_t kTextColumns = kLineBytes - 1;
+    char line[kLineBytes + 1];
+    size_t n = 0;
+    while (n < kTextColumns && text[n] != '\0')
+    {
+        line[n] = text[n];
+        ++n;
+    }
+    std::memset(line + n, ' ', kTextColumns - n);
+    line[kTextColumns] = '\n';
+    line[kLineBytes] = '\0';
+    std::fputs(line, file);
+}
+
+// True when `memo` holds the text made from `keys`. Otherwise the memo takes
+// the keys and the caller makes the text into it.
+bool MemoHolds(SHeaderLineMemo& memo, std::initializer_list<double> keys)
+{
+    const size_t bytes = keys.size() * sizeof(double);
+    if (memo.m_uKeys == keys.size() && std::memcmp(memo.m_adKey, keys.begin(), bytes) == 0)
+        return true;
+    std::memcpy(memo.m_adKey, keys.begin(), bytes);
+    memo.m_uKeys = static_cast<uint32_t>(keys.size());
+    return false;
+}
+
+// A line without fields, 81 bytes as it stands.
+void PutFixedLine(std::FILE* file, const char* line)
+{
+    std::fputs(line, file);
 }
 
 bool AllBytesZero(const double (&values)[3])
@@ -140,57 +193,66 @@ void CWriteRinexObs::WriteObsHeader()
 
     if (mixed)
     {
-        PutHeaderLine(m_pFile, "     3.02           OBSERVATION DATA    M                   RINEX VERSION / TYPE\n");
-        PutHeaderLine(m_pFile, "G = GPS R = GLONASS C = BDS M = MIXED                       COMMENT             \n");
+        PutFixedLine(m_pFile, "     3.02           OBSERVATION DATA    M                   RINEX VERSION / TYPE\n");
+        PutFixedLine(m_pFile, "G = GPS R = GLONASS C = BDS M = MIXED                       COMMENT             \n");
     }
     else
     {
-        PutHeaderLine(m_pFile, "     3.02           OBSERVATION DATA    GPS                 RINEX VERSION / TYPE\n");
+        PutFixedLine(m_pFile, "     3.02           OBSERVATION DATA    GPS                 RINEX VERSION / TYPE\n");
     }
 
-    PutHeaderLine(m_pFile, kProgramLineFormat, kProgramName, kRunBy, m_szRunDate);
+    // The run date is taken with the first observation and stays.
+    const std::initializer_list<double> firstObs = {static_cast<double>(m_timeFirstObs.m_uWeek),
+                                                    m_timeFirstObs.m_dSeconds};
+    if (!MemoHolds(m_memoProgram, firstObs))
+        FormatHeaderLine(m_memoProgram.m_szText, kProgramLineFormat, kProgramName, kRunBy, m_szRunDate);
+    std::fputs(m_memoProgram.m_szText, m_pFile);
 
     if (present)
-        PutHeaderLine(m_pFile, "%-80s\n", ext.m_szObserverLine);
+        PutPaddedLine(m_pFile, ext.m_szObserverLine);
     else
-        PutHeaderLine(m_pFile, "YOUR NAME           TALLOWMERE                              OBSERVER / AGENCY   \n");
+        PutFixedLine(m_pFile, "YOUR NAME           TALLOWMERE                              OBSERVER / AGENCY   \n");
 
     if (present)
-        PutHeaderLine(m_pFile, "%-80s\n", ext.m_szMarkerNameLine);
+        PutPaddedLine(m_pFile, ext.m_szMarkerNameLine);
     else
-        PutHeaderLine(m_pFile, "MARKER001                                                   MARKER NAME         \n");
+        PutFixedLine(m_pFile, "MARKER001                                                   MARKER NAME         \n");
 
     if (present)
-        PutHeaderLine(m_pFile, "%-80s\n", ext.m_szMarkerNumberLine);
+        PutPaddedLine(m_pFile, ext.m_szMarkerNumberLine);
 
     if (present)
-        PutHeaderLine(m_pFile, "%-80s\n", ext.m_szReceiverLine);
+        PutPaddedLine(m_pFile, ext.m_szReceiverLine);
     else
-        PutHeaderLine(m_pFile, "000000001           TALLOWMERE MERIDOR  001                 REC # / TYPE / VERS \n");
+        PutFixedLine(m_pFile, "000000001           TALLOWMERE MERIDOR  001                 REC # / TYPE / VERS \n");
 
-    PutHeaderLine(m_pFile, "     0                                                      RCV CLOCK OFFS APPL \n");
+    PutFixedLine(m_pFile, "     0                                                      RCV CLOCK OFFS APPL \n");
 
     // The position: a computed one wins over an external line. Without either
     // the header has no position line, and a comment further down takes its
     // 81 bytes, so the header's length doesn't depend on it.
     bool positionLine = true;
     if (AllBytesZero(m_aApproxXyz) && present && ext.m_szApproxPositionLine[0] != '\0')
-        PutHeaderLine(m_pFile, "%-80s\n", ext.m_szApproxPositionLine);
+        PutPaddedLine(m_pFile, ext.m_szApproxPositionLine);
     else if (m_aApproxXyz[0] == 0.0 && m_aApproxXyz[1] == 0.0 && m_aApproxXyz[2] == 0.0)
         positionLine = false;
     else
-        PutHeaderLine(m_pFile, "%14.4f%14.4f%14.4f                  APPROX POSITION XYZ \n", m_aApproxXyz[0],
-                      m_aApproxXyz[1], m_aApproxXyz[2]);
+    {
+        if (!MemoHolds(m_memoPosition, {m_aApproxXyz[0], m_aApproxXyz[1], m_aApproxXyz[2]}))
+            FormatHeaderLine(m_memoPosition.m_szText, "%14.4f%14.4f%14.4f                  APPROX POSITION XYZ \n",
+                             m_aApproxXyz[0], m_aApproxXyz[1], m_aApproxXyz[2]);
+        std::fputs(m_memoPosition.m_szText, m_pFile);
+    }
 
     if (present)
-        PutHeaderLine(m_pFile, "%-80s\n", ext.m_szAntennaLine);
+        PutPaddedLine(m_pFile, ext.m_szAntennaLine);
     else
-        PutHeaderLine(m_pFile, "                                                            ANT # / TYPE        \n");
+        PutFixedLine(m_pFile, "                                                            ANT # / TYPE        \n");
 
     if (present)
-        PutHeaderLine(m_pFile, "%-80s\n", ext.m_szAntennaDeltaLine);
+        PutPaddedLine(m_pFile, ext.m_szAntennaDeltaLine);
     else
-        PutHeaderLine(m_pFile, "        0.0000        0.0000        0.0000                  ANTENNA: DELTA H/E/N\n");
+        PutFixedLine(m_pFile, "        0.0000        0.0000        0.0000                  ANTENNA: DELTA H/E/N\n");
 
     // The distance of the first two flushed epochs, in whole seconds, sets the
     // interval once; the rate detection may change it later, and each rewrite
@@ -205,50 +267,70 @@ void CWriteRinexObs::WriteObsHeader()
         if (d > 0.001 && !m_bIntervalFixed)
             m_dInterval = d;
     }
-    PutHeaderLine(m_pFile, "%10.3f%s", m_dInterval,
-                  "                                                  INTERVAL            \n");
+    if (!MemoHolds(m_memoInterval, {m_dInterval}))
+        FormatHeaderLine(m_memoInterval.m_szText, "%10.3f%s", m_dInterval,
+                         "                                                  INTERVAL            \n");
+    std::fputs(m_memoInterval.m_szText, m_pFile);
 
     if (m_bSeenL2 && m_bSeenL1P)
-        PutHeaderLine(m_pFile, "G    7 L1C C1C D1C L2Y C2Y D2Y C1Y                          SYS / # / OBS TYPES \n");
+        PutFixedLine(m_pFile, "G    7 L1C C1C D1C L2Y C2Y D2Y C1Y                          SYS / # / OBS TYPES \n");
     else if (m_bSeenL2)
-        PutHeaderLine(m_pFile, "G    6 L1C C1C D1C L2Y C2Y D2Y                              SYS / # / OBS TYPES \n");
+        PutFixedLine(m_pFile, "G    6 L1C C1C D1C L2Y C2Y D2Y                              SYS / # / OBS TYPES \n");
     else
-        PutHeaderLine(m_pFile, "G    3 L1C C1C D1C                                          SYS / # / OBS TYPES \n");
-    PutHeaderLine(m_pFile, "R    6 L1C C1C D1C L2C C2C D2C                              SYS / # / OBS TYPES \n");
-    PutHeaderLine(m_pFile, "C    9 L2I C2I D2I L7I C7I D7I L6I C6I D6I                  SYS / # / OBS TYPES \n");
+        PutFixedLine(m_pFile, "G    3 L1C C1C D1C                                          SYS / # / OBS TYPES \n");
+    PutFixedLine(m_pFile, "R    6 L1C C1C D1C L2C C2C D2C                              SYS / # / OBS TYPES \n");
+    PutFixedLine(m_pFile, "C    9 L2I C2I D2I L7I C7I D7I L6I C6I D6I                  SYS / # / OBS TYPES \n");
 
     // First observation: an epoch whose seven-decimal seconds round to 60
     // moves into the next minute, as on its epoch line.
     SCalendarTime calendar{};
-    char secondsText[32];
-    double exactSeconds = 0.0;
-    const double firstSeconds = CalendarForPrint(m_timeFirstObs, calendar, secondsText, exactSeconds);
-    PutObsTimeLine(m_pFile, "%6d%6d%6d%6d%6d%12.6f      GPS         TIME OF FIRST OBS   \n", calendar,
-                   firstSeconds);
+    if (!MemoHolds(m_memoFirstObs, firstObs))
+    {
+        char secondsText[32];
+        double exactSeconds = 0.0;
+        const double firstSeconds = CalendarForPrint(m_timeFirstObs, calendar, secondsText, exactSeconds);
+        FormatHeaderLine(m_memoFirstObs.m_szText, "%6d%6d%6d%6d%6d%12.6f      GPS         TIME OF FIRST OBS   \n",
+                         calendar.m_iYear, calendar.m_iMonth, calendar.m_iDay, calendar.m_iHour, calendar.m_iMinute,
+                         firstSeconds);
+    }
+    std::fputs(m_memoFirstObs.m_szText, m_pFile);
 
     // Last observation: the half unit of the sixth decimal carries a time
     // such as 59.9999998 into the next minute by itself.
     GpsPlusToCalendar(m_timeEpoch, calendar, kLastObsOffset);
-    PutObsTimeLine(m_pFile, "%6d%6d%6d%6d%6d%12.6f      GPS         TIME OF LAST OBS    \n", calendar,
-                   calendar.m_dSeconds);
+    PutHeaderLine(m_pFile, "%6d%6d%6d%6d%6d%12.6f      GPS         TIME OF LAST OBS    \n", calendar.m_iYear,
+                  calendar.m_iMonth, calendar.m_iDay, calendar.m_iHour, calendar.m_iMinute, calendar.m_dSeconds);
 
     if (!positionLine)
-        PutHeaderLine(m_pFile, " NO VALID POSITION RECORD FOUND IN THE INPUT FILE           COMMENT             \n");
+        PutFixedLine(m_pFile, " NO VALID POSITION RECORD FOUND IN THE INPUT FILE           COMMENT             \n");
 
     int k[kGlonassSlots];
     for (uint32_t slot = 0; slot < kGlonassSlots; ++slot)
         k[slot] = g_aGlonassChannel[slot] - 8;
-    PutHeaderLine(m_pFile,
-                  "%3d R01 %2d R02 %2d R03 %2d R04 %2d R05 %2d R06 %2d R07 %2d R08 %2d GLONASS SLOT / FRQ #\n",
-                  static_cast<int>(kGlonassSlots), k[0], k[1], k[2], k[3], k[4], k[5], k[6], k[7]);
-    PutHeaderLine(m_pFile,
-                  "    R09 %2d R10 %2d R11 %2d R12 %2d R13 %2d R14 %2d R15 %2d R16 %2d GLONASS SLOT / FRQ #\n",
-                  k[8], k[9], k[10], k[11], k[12], k[13], k[14], k[15]);
-    PutHeaderLine(m_pFile,
-                  "    R17 %2d R18 %2d R19 %2d R20 %2d R21 %2d R22 %2d R23 %2d R24 %2d GLONASS SLOT / FRQ #\n",
-                  k[16], k[17], k[18], k[19], k[20], k[21], k[22], k[23]);
-    PutHeaderLine(m_pFile, " C1C    0.000 C1P    0.000 C2C    0.000 C2P    0.000        GLONASS COD/PHS/BIS \n");
-    PutHeaderLine(m_pFile, "                                                            END OF HEADER       \n");
+    static_assert(kGlonassSlots == 24, "the slot lines name 24 slots");
+    if (!MemoHolds(m_memoSlots, {static_cast<double>(k[0]), static_cast<double>(k[1]), static_cast<double>(k[2]),
+                                 static_cast<double>(k[3]), static_cast<double>(k[4]), static_cast<double>(k[5]),
+                                 static_cast<double>(k[6]), static_cast<double>(k[7]), static_cast<double>(k[8]),
+                                 static_cast<double>(k[9]), static_cast<double>(k[10]), static_cast<double>(k[11]),
+                                 static_cast<double>(k[12]), static_cast<double>(k[13]), static_cast<double>(k[14]),
+                                 static_cast<double>(k[15]), static_cast<double>(k[16]), static_cast<double>(k[17]),
+                                 static_cast<double>(k[18]), static_cast<double>(k[19]), static_cast<double>(k[20]),
+                                 static_cast<double>(k[21]), static_cast<double>(k[22]), static_cast<double>(k[23])}))
+    {
+        char* at = m_memoSlots.m_szText;
+        at += FormatHeaderLine(
+            at, "%3d R01 %2d R02 %2d R03 %2d R04 %2d R05 %2d R06 %2d R07 %2d R08 %2d GLONASS SLOT / FRQ #\n",
+            static_cast<int>(kGlonassSlots), k[0], k[1], k[2], k[3], k[4], k[5], k[6], k[7]);
+        at += FormatHeaderLine(
+            at, "    R09 %2d R10 %2d R11 %2d R12 %2d R13 %2d R14 %2d R15 %2d R16 %2d GLONASS SLOT / FRQ #\n", k[8],
+            k[9], k[10], k[11], k[12], k[13], k[14], k[15]);
+        FormatHeaderLine(at,
+                         "    R17 %2d R18 %2d R19 %2d R20 %2d R21 %2d R22 %2d R23 %2d R24 %2d GLONASS SLOT / FRQ #\n",
+                         k[16], k[17], k[18], k[19], k[20], k[21], k[22], k[23]);
+    }
+    std::fputs(m_memoSlots.m_szText, m_pFile);
+    PutFixedLine(m_pFile, " C1C    0.000 C1P    0.000 C2C    0.000 C2P    0.000        GLONASS COD/PHS/BIS \n");
+    PutFixedLine(m_pFile, "                                                            END OF HEADER       \n");
     m_posHeaderEnd = GetStreamPos(m_pFile);
 
     // On a rewrite the records land on themselves, byte for byte.

@@ -47,10 +47,11 @@ size_t FormatObsValue(double value, char* dst, size_t size)
     // A shift of 64 or more leaves the product below half a thousandth: 0.
 
     // Digits from the right: three decimals, the point, the whole part.
+    // Below the limit the whole part has at most ten digits and fits 32 bits.
     char text[24];
     char* at = text + sizeof(text);
-    uint64_t whole = thousandths / kThousand;
-    uint64_t decimals = thousandths % kThousand;
+    uint32_t whole = static_cast<uint32_t>(thousandths / kThousand);
+    uint32_t decimals = static_cast<uint32_t>(thousandths % kThousand);
     for (int i = 0; i < 3; ++i)
     {
         *--at = static_cast<char>('0' + decimals % 10);

@@ -41,6 +41,19 @@ extern SExternalHeader g_ExternalHeader;
 constexpr uint32_t kBdsBands = kBeidouBands;
 constexpr uint32_t kEpochListSize = 47; // satellites of one epoch line, all systems
 
+// Header lines made from numbers, kept with the numbers they were made from.
+// The header is rewritten at every epoch and these lines rarely change: a
+// rewrite with the same numbers puts the kept text instead of formatting it
+// again.
+struct SHeaderLineMemo
+{
+    static constexpr uint32_t kMaxKeys = 24;
+    static constexpr uint32_t kMaxLines = 3;
+    double m_adKey[kMaxKeys];
+    uint32_t m_uKeys = 0; // 0: nothing kept
+    char m_szText[kMaxLines * 81 + 1];
+};
+
 // The observation file: its stream, interval and position, the table of the
 // pending epoch, and the site event records inserted into the epoch stream.
 class CWriteRinexObs
@@ -122,6 +135,12 @@ private:
 
     StreamPos m_posHeaderEnd; // first byte behind END OF HEADER
     uint8_t m_bHeaderMixed;   // the header in the file has the mixed form
+
+    SHeaderLineMemo m_memoProgram;
+    SHeaderLineMemo m_memoPosition;
+    SHeaderLineMemo m_memoInterval;
+    SHeaderLineMemo m_memoFirstObs;
+    SHeaderLineMemo m_memoSlots;
 };
 
 // The run's one observation writer.
