@@ -15,6 +15,11 @@ constexpr double kFastLimit = 1e9;
 // The IEEE 754 double: 52 stored mantissa bits below an exponent biased by 1023.
 constexpr int kStoredMantissaBits = 52;
 constexpr int kExponentBias = 1023;
+
+// "00" to "99".
+constexpr char kDigitPairs[] = "00010203040506070809101112131415161718192021222324252627282930313233343536373839"
+                               "40414243444546474849505152535455565758596061626364656667686970717273747576777879"
+                               "8081828384858687888990919293949596979899";
 } // namespace
 
 size_t FormatObsValue(double value, char* dst, size_t size)
@@ -47,32 +52,39 @@ size_t FormatObsValue(double value, char* dst, size_t size)
     // A shift of 64 or more leaves the product below half a thousandth: 0.
 
     // Digits from the right: three decimals, the point, the whole part.
-    // Below the limit the whole part has at most ten digits and fits 32 bits.
+    // Digits from the right, two at a time: three decimals, the point, the
+    // whole part. Below the limit the whole part fits 32 bits and the text
+    // the width, but for a whole part of exactly a billion.
     char text[24];
     char* at = text + sizeof(text);
     uint32_t whole = static_cast<uint32_t>(thousandths / kThousand);
-    uint32_t decimals = static_cast<uint32_t>(thousandths % kThousand);
-    for (int i = 0; i < 3; ++i)
-    {
-        *--at = static_cast<char>('0' + decimals % 10);
-        decimals /= 10;
-    }
+    const uint32_t decimals = static_cast<uint32_t>(thousandths % kThousand);
+    at -= 2;
+    std::memcpy(at, kDigitPairs + 2 * (decimals % 100), 2);
+    *--at = static_cast<char>('0' + decimals / 100);
     *--at = '.';
-    do
+    while (whole >= 100)
     {
-        *--at = static_cast<char>('0' + whole % 10);
-        whole /= 10;
-    } while (whole != 0);
+        at -= 2;
+        std::memcpy(at, kDigitPairs + 2 * (whole % 100), 2);
+        whole /= 100;
+    }
+    if (whole >= 10)
+    {
+        at -= 2;
+        std::memcpy(at, kDigitPairs + 2 * whole, 2);
+    }
+    else
+    {
+        *--at = static_cast<char>('0' + whole);
+    }
     if (std::signbit(value))
         *--at = '-';
 
     const size_t digits = static_cast<size_t>(text + sizeof(text) - at);
     const size_t pad = digits < kWidth ? kWidth - digits : 0;
-    size_t n = 0;
-    for (; n < pad; ++n)
-        dst[n] = ' ';
-    for (size_t i = 0; i < digits; ++i)
-        dst[n++] = at[i];
-    dst[n] = '\0';
-    return n;
+    std::memset(dst, ' ', pad);
+    std::memcpy(dst + pad, at, digits);
+    dst[pad + digits] = '\0';
+    return pad + digits;
 }
