@@ -11,6 +11,7 @@
 #include "logio/BinaryMessages.h"
 #include "navstate/NavState.h"
 #include "rinex/BeidouNavWriter.h"
+#include "rinex/NavWriterTestSupport.h"
 #include "support/ExpectedObsText.h"
 
 namespace
@@ -62,48 +63,14 @@ void StoreBin34(int32_t a0, int32_t a1, uint8_t tot, uint8_t wnt)
     put(4, uint16_t{34}), put(6, uint16_t{32}), put(8, a0), put(12, a1), put(28, tot), put(29, wnt);
 }
 
-class BeidouNavWriterTest : public ::testing::Test
+class BeidouNavWriterTest : public CNavWriterTest<CWriteRinexBeiDouNav>
 {
 protected:
-    void SetUp() override
-    {
-        ClearRun();
-        m_pFile = std::tmpfile();
-        ASSERT_NE(m_pFile, nullptr);
-        m_Writer.SetFile(m_pFile);
-    }
-
-    void TearDown() override
-    {
-        std::fclose(m_pFile);
-        ClearRun();
-    }
-
-    static void ClearRun()
+    void ClearTables() override
     {
         std::memset(g_BeidouNavState.m_aEphemeris, 0, sizeof(g_BeidouNavState.m_aEphemeris));
         std::memset(g_BeidouNavState.m_aPendingEphemeris, 0, sizeof(g_BeidouNavState.m_aPendingEphemeris));
-        SetLogTime(0.0, 0);
-        RunStats = SRunStats{};
-        g_StoredMessages = SStoredMessages{};
-        g_iGpsLeapSeconds = 0;
-        g_iBeidouLeapSeconds = 0;
     }
-
-    // The whole file, whatever the stream's position.
-    std::string FileText()
-    {
-        const long at = std::ftell(m_pFile);
-        std::fseek(m_pFile, 0, SEEK_END);
-        std::string text(static_cast<size_t>(std::ftell(m_pFile)), '\0');
-        std::rewind(m_pFile);
-        text.resize(std::fread(text.data(), 1, text.size(), m_pFile));
-        std::fseek(m_pFile, at, SEEK_SET);
-        return MaskRunDate(text);
-    }
-
-    std::FILE* m_pFile = nullptr;
-    CWriteRinexBeiDouNav m_Writer;
 };
 
 TEST_F(BeidouNavWriterTest, EachNewKeyIsAppendedOnceBehindTheHeader)

@@ -10,6 +10,7 @@
 #include "navstate/GlonassFrequencies.h"
 #include "navstate/NavState.h"
 #include "rinex/GlonassNavWriter.h"
+#include "rinex/NavWriterTestSupport.h"
 #include "support/ExpectedObsText.h"
 
 namespace
@@ -47,50 +48,28 @@ std::string RecordText(const std::string& start, const std::string& frameTime, c
            "     1.000000000000D+04 3.250000000000D+00 2.000000000000D-09 5.000000000000D+00\n";
 }
 
-class GlonassNavWriterTest : public ::testing::Test
+class GlonassNavWriterTest : public CNavWriterTest<CWriteRinexGlonassNav>
 {
 protected:
     void SetUp() override
     {
         std::memcpy(m_aSavedChannel, g_aGlonassChannel, sizeof(m_aSavedChannel));
         g_aGlonassChannel[3] = 14; // slot 4, n of the records: +6
-        ClearRun();
-        m_pFile = std::tmpfile();
-        ASSERT_NE(m_pFile, nullptr);
-        m_Writer.SetFile(m_pFile);
+        CNavWriterTest::SetUp();
     }
 
     void TearDown() override
     {
-        std::fclose(m_pFile);
-        ClearRun();
+        CNavWriterTest::TearDown();
         std::memcpy(g_aGlonassChannel, m_aSavedChannel, sizeof(m_aSavedChannel));
     }
 
-    static void ClearRun()
+    void ClearTables() override
     {
         std::memset(g_GlonassNavState.m_aGloEphemeris, 0, sizeof(g_GlonassNavState.m_aGloEphemeris));
         std::memset(g_GlonassNavState.m_aGloPendingEphemeris, 0, sizeof(g_GlonassNavState.m_aGloPendingEphemeris));
-        SetLogTime(0.0, 0);
-        RunStats = SRunStats{};
-        g_iGpsLeapSeconds = 0;
-        g_iBeidouLeapSeconds = 0;
     }
 
-    // The whole file, whatever the stream's position.
-    std::string FileText()
-    {
-        const long at = std::ftell(m_pFile);
-        std::fseek(m_pFile, 0, SEEK_END);
-        std::string text(static_cast<size_t>(std::ftell(m_pFile)), '\0');
-        std::rewind(m_pFile);
-        text.resize(std::fread(text.data(), 1, text.size(), m_pFile));
-        std::fseek(m_pFile, at, SEEK_SET);
-        return MaskRunDate(text);
-    }
-
-    std::FILE* m_pFile = nullptr;
-    CWriteRinexGlonassNav m_Writer;
     int16_t m_aSavedChannel[kGlonassSlots];
 };
 

@@ -10,6 +10,7 @@
 #include "logio/BinaryMessages.h"
 #include "navstate/NavState.h"
 #include "rinex/NavWriter.h"
+#include "rinex/NavWriterTestSupport.h"
 #include "support/ExpectedObsText.h"
 
 namespace
@@ -89,55 +90,14 @@ std::string LeapLine(const std::string& value)
 
 // A writer of its own over a temporary file. The table rows, messages and
 // run-wide values the writer reads and fills are cleared around each test.
-class GpsNavWriterTest : public ::testing::Test
+class GpsNavWriterTest : public CNavWriterTest<CWriteRinexNav>
 {
 protected:
-    void SetUp() override { StartRun(); }
-
-    void TearDown() override
-    {
-        std::fclose(m_pFile);
-        ClearRun();
-    }
-
-    void StartRun()
-    {
-        if (m_pFile != nullptr)
-            std::fclose(m_pFile);
-        ClearRun();
-        m_pFile = std::tmpfile();
-        ASSERT_NE(m_pFile, nullptr);
-        m_Writer = CWriteRinexNav{};
-        m_Writer.SetFile(m_pFile);
-    }
-
-    static void ClearRun()
+    void ClearTables() override
     {
         std::memset(g_GpsNavState.m_aEphemeris, 0, sizeof(g_GpsNavState.m_aEphemeris));
         std::memset(g_GpsNavState.m_aPendingEphemeris, 0, sizeof(g_GpsNavState.m_aPendingEphemeris));
-        SetLogTime(0.0, 0);
-        RunStats = SRunStats{};
-        g_UtcParams = SUtcParams{};
-        g_StoredMessages = SStoredMessages{};
-        g_iGpsLeapSeconds = 0;
-        g_iBeidouLeapSeconds = 0;
     }
-
-    std::string FileText()
-    {
-        std::fflush(m_pFile);
-        const long at = std::ftell(m_pFile);
-        std::rewind(m_pFile);
-        std::string text;
-        char buffer[4096];
-        for (size_t n = 0; (n = std::fread(buffer, 1, sizeof(buffer), m_pFile)) > 0;)
-            text.append(buffer, n);
-        std::fseek(m_pFile, at, SEEK_SET);
-        return MaskRunDate(text);
-    }
-
-    std::FILE* m_pFile = nullptr;
-    CWriteRinexNav m_Writer;
 };
 
 TEST_F(GpsNavWriterTest, HeaderGoesOutWithFirstDueRecordAndEachNewIssueIsAppendedOnce)
