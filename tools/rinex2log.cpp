@@ -1,7 +1,8 @@
 // rinex2log: builds a receiver log from a RINEX 3 observation file and the
 // broadcast navigation file that goes with it, as the receiver would have
 // written it. At the start: the site records (optional), the ionosphere and
-// UTC data (BIN94, and BIN34 when the file has a BDUT line), then the
+// UTC data (BIN94, and BIN34 when the file has a BDUT line or -u gives
+// one), then the
 // ephemerides the receiver holds. Per epoch: the ephemerides whose
 // transmission time has come (BIN95, BIN65, BIN35), the GPS observation
 // message (BIN76 or BIN96, which opens the epoch), BIN66, one BIN36 per
@@ -124,6 +125,7 @@ struct SOptions
     bool m_bSentences = false;
     bool m_bSiteFrame = false;
     double m_dSpan = 0.0; // 0: no limit
+    std::optional<SRinexTimeCorrection> m_BeidouUtc; // -u: BDUT in place of the file's
     std::string m_szObs, m_szNav, m_szLog;
 };
 
@@ -140,7 +142,10 @@ void Usage()
                "  -s               sentences: $>JSITERECORD, $>JI, $>JT at the start and\n"
                "                   $GPGGA from the header position at every epoch\n"
                "  -m               site frame: a marker record in front of the first epoch\n"
-               "  -t SECONDS       only the epochs less than SECONDS behind the first\n",
+               "  -t SECONDS       only the epochs less than SECONDS behind the first\n"
+               "  -u A0,A1,T,W     BeiDou UTC parameters for BIN34 (as a BDUT line gives\n"
+               "                   them: s, s/s, seconds and BDT week of the reference),\n"
+               "                   in place of the navigation file's BDUT line\n",
                stderr);
 }
 
@@ -154,13 +159,24 @@ bool ParseUnsigned(const char* text, uint32_t& value)
     return true;
 }
 
+// "A0,A1,T,W" of -u.
+std::optional<SRinexTimeCorrection> ParseTimeCorrection(const char* text)
+{
+    SRinexTimeCorrection c;
+    char tail = '\0';
+    if (std::sscanf(text, "%lf,%lf,%d,%d%c", &c.m_dA0, &c.m_dA1, &c.m_iRefSeconds, &c.m_iRefWeek, &tail) != 4 ||
+        c.m_iRefSeconds < 0 || c.m_iRefWeek < 0)
+        return std::nullopt;
+    return c;
+}
+
 bool ParseArguments(int argc, char** argv, SOptions& options)
 {
     std::vector<std::string> files;
     for (int i = 1; i < argc; ++i)
     {
         const std::string arg = argv[i];
-        const bool takesValue = arg == "-g" || arg == "-b" || arg == "-d" || arg == "-t";
+        const bool takesValue = arg == "-g" || arg == "-b" || arg == "-d" || arg == "-t" || arg == "-u";
         if (takesValue && i + 1 >= argc)
             return false;
         if (arg == "-g")
@@ -188,6 +204,12 @@ bool ParseArguments(int argc, char** argv, SOptions& options)
             char* end = nullptr;
             options.m_dSpan = std::strtod(argv[++i], &end);
             if (*end != '\0' || !(options.m_dSpan > 0.0))
+                return false;
+        }
+        else if (arg == "-u")
+        {
+            options.m_BeidouUtc = ParseTimeCorrection(argv[++i]);
+            if (!options.m_BeidouUtc)
                 return false;
         }
         else if (arg == "-s")
@@ -1093,7 +1115,9 @@ int main(int argc, char** argv)
     CRinexNavReader navReader(navStream);
     if (!navReader.ReadHeader())
         return Fail(options.m_szNav + ": " + navReader.Error());
-    const SRinexNavHeader& navHeader = navReader.Header();
+    SRinexNavHeader navHeader = navReader.Header();
+    if (options.m_BeidouUtc)
+        navHeader.m_TimeCorrections["BDUT"] = *options.m_BeidouUtc;
     int leapSeconds = navHeader.m_Leap.m_iDeltaLs;
     if (!navHeader.m_Leap.m_bPresent)
     {

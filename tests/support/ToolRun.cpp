@@ -71,11 +71,16 @@ bool CScratchDir::Exists(const std::string& name) const
 
 SToolRun RunObsforgeTool(const std::vector<std::string>& args, const std::string& workDir)
 {
+    return RunTool(OBSFORGE_EXE, args, workDir);
+}
+
+SToolRun RunTool(const std::string& executable, const std::vector<std::string>& args, const std::string& workDir)
+{
     CScratchDir captured;
     const std::string errPath = captured.Path("stderr");
     const std::string outPath = captured.Path("stdout");
 
-    std::vector<std::string> words{OBSFORGE_EXE};
+    std::vector<std::string> words{executable};
     words.insert(words.end(), args.begin(), args.end());
     std::vector<char*> argv;
     for (std::string& w : words)
@@ -91,7 +96,7 @@ SToolRun RunObsforgeTool(const std::vector<std::string>& args, const std::string
 
     SToolRun run;
     pid_t pid = 0;
-    if (posix_spawn(&pid, OBSFORGE_EXE, &actions, nullptr, argv.data(), environ) == 0)
+    if (posix_spawn(&pid, executable.c_str(), &actions, nullptr, argv.data(), environ) == 0)
     {
         int status = 0;
         waitpid(pid, &status, 0);

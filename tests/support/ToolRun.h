@@ -40,3 +40,7 @@ struct SToolRun
 // output streams. File names in `args` are relative to `workDir`: a name that
 // starts with "/" would be taken for an option.
 SToolRun RunObsforgeTool(const std::vector<std::string>& args, const std::string& workDir = ".");
+
+// The same for any executable, named by its path.
+SToolRun RunTool(const std::string& executable, const std::vector<std::string>& args,
+                 const std::string& workDir = ".");

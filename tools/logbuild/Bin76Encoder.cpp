@@ -83,13 +83,21 @@ bool IsUsed(const std::vector<SBin76Channel>& channels, size_t n)
 }
 
 // The whole code range that the other code ranges are placed on: L1 C/A's,
-// or L2's when the channel has no L1 C/A.
+// or for a channel without L1 C/A one taken from L2's. A reader completes the
+// channel word's upper bits with the L1 record's low 16, which are zero when
+// that record is empty, and places the L2 fragment on the result: the upper
+// bits must then be those of the multiple of 2^16 nearest the L2 code range,
+// or an L2 code range whose low bits are above 0x8000 comes back 256 m low.
 uint64_t AnchorUnits(const SBin76Channel& c)
 {
-    const double metres = c.m_L1.m_bPresent ? c.m_L1.m_dPseudorange
-                          : c.m_L2.m_bPresent ? c.m_L2.m_dPseudorange
-                                              : 0.0;
-    return Units(metres, kCodeUnitsPerMetre, kCodeMax);
+    if (c.m_L1.m_bPresent)
+        return Units(c.m_L1.m_dPseudorange, kCodeUnitsPerMetre, kCodeMax);
+    if (!c.m_L2.m_bPresent)
+        return 0;
+    constexpr uint64_t kLowMask = 0xFFFF;
+    constexpr uint64_t kHalf = 0x8000;
+    const uint64_t rounded = (Units(c.m_L2.m_dPseudorange, kCodeUnitsPerMetre, kCodeMax) + kHalf - 1) & ~kLowMask;
+    return rounded < kCodeMax ? rounded : kCodeMax & ~kLowMask;
 }
 } // namespace
 

@@ -12,7 +12,7 @@
 // - The L1 C/A code range is sent whole, in 1/256 m, from 0 to 2^27 m. The L2
 //   and L1 P code ranges are sent as their low 16 bits and come back as the
 //   value with those bits nearest the L1 C/A code range: they must lie within
-//   128 m of it.
+//   128 m of it. A channel without L1 C/A sends its L2 code range whole.
 // - Carrier phases are sent modulo 8192 cycles, in 1/1024 cycle. A decoder
 //   places them within 4096 cycles of its code range times the signal's
 //   cycles per metre; a phase farther off comes back shifted by a whole
