@@ -2,6 +2,8 @@
 
 #include <stdexcept>
 
+#include "logbuild/PackedRecordEncoder.h"
+
 namespace
 {
 constexpr uint16_t kBin36Number = 36;
@@ -38,7 +40,8 @@ Bytes MakeBin36Frame(uint16_t week, double seconds, const SBin36Packet& packet,
     // One signal per channel: its record carries the low 16 bits of its own
     // code range, the channel word the upper bits.
     for (size_t n = 0; n < kBin36Channels; ++n)
-        AppendPackedObsRecord(p, channel(n).m_Signal, PackedCodeUnits(channel(n).m_Signal.m_dPseudorange));
+        AppendPackedObsRecord(p, channel(n).m_Signal, kSnrScale12Bit,
+                              PackedCodeUnits(channel(n).m_Signal.m_dPseudorange));
     for (size_t n = 0; n < kBin36Channels; ++n)
     {
         const SBin36Channel& c = channel(n);

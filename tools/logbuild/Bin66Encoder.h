@@ -39,17 +39,3 @@ constexpr size_t kBin66Channels = 12;
 // message is element n of `channels`, and channels beyond the vector are
 // empty. More than 12 channels throw std::out_of_range.
 Bytes MakeBin66Frame(uint16_t week, double seconds, const std::vector<SBin66Channel>& channels);
-
-// The packed messages' code unit, 1/256 m, of a code range, held within the
-// 35 bits that the channel word and a record carry together.
-uint64_t PackedCodeUnits(double metres);
-
-// Appends the three words of the observation record of `signal`, whose code
-// range in packed units is `codeUnits` (the record carries its low 16 bits),
-// and the signal to noise scale of BIN66 and BIN36. A signal not present
-// gives 12 zero bytes.
-void AppendPackedObsRecord(CPayloadWriter& payload, const SBin76Signal& signal, uint64_t codeUnits);
-
-// A channel word: the satellite number, and the bits 16 to 34 of the code
-// range in packed units that the record's low 16 bits complete.
-uint32_t PackedChannelWord(uint8_t satellite, uint64_t codeUnits);
