@@ -43,22 +43,6 @@ double SRinexNavRecord::Get(size_t index, double fallback) const
     return Has(index) ? m_adValues[index] : fallback;
 }
 
-bool CRinexNavReader::GetLine(std::string& line)
-{
-    if (!std::getline(m_In, line))
-        return false;
-    if (!line.empty() && line.back() == '\r')
-        line.pop_back();
-    ++m_uLine;
-    return true;
-}
-
-bool CRinexNavReader::Fail(const std::string& what)
-{
-    m_szError = "line " + std::to_string(m_uLine) + ": " + what;
-    return false;
-}
-
 bool CRinexNavReader::ReadHeader()
 {
     std::string line;

@@ -59,10 +59,10 @@ struct SRinexNavRecord
     double Get(size_t index, double fallback = 0.0) const;
 };
 
-class CRinexNavReader
+class CRinexNavReader : public CRinexLineSource
 {
 public:
-    explicit CRinexNavReader(std::istream& in) : m_In(in) {}
+    explicit CRinexNavReader(std::istream& in) : CRinexLineSource(in) {}
 
     // Reads the header up to END OF HEADER. False, with a reason in Error(),
     // for anything but a RINEX 3 navigation file.
@@ -73,16 +73,8 @@ public:
     // record that can't be read, with a reason in Error().
     bool NextRecord(SRinexNavRecord& record);
 
-    const std::string& Error() const { return m_szError; }
-
 private:
-    bool GetLine(std::string& line);
-    bool Fail(const std::string& what);
-
-    std::istream& m_In;
     SRinexNavHeader m_Header;
-    std::string m_szError;
     std::string m_szPending; // a record's first line, read while looking for the end of the one before
     bool m_bHavePending = false;
-    unsigned m_uLine = 0;
 };

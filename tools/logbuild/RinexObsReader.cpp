@@ -76,7 +76,7 @@ const SRinexObsValue* SRinexSatObs::Find(const std::string& code) const
     return it == m_Values.end() ? nullptr : &it->second;
 }
 
-bool CRinexObsReader::GetLine(std::string& line)
+bool CRinexLineSource::GetLine(std::string& line)
 {
     if (!std::getline(m_In, line))
         return false;
@@ -86,7 +86,7 @@ bool CRinexObsReader::GetLine(std::string& line)
     return true;
 }
 
-bool CRinexObsReader::Fail(const std::string& what)
+bool CRinexLineSource::Fail(const std::string& what)
 {
     m_szError = "line " + std::to_string(m_uLine) + ": " + what;
     return false;

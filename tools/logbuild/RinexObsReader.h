@@ -68,10 +68,30 @@ struct SRinexObsHeader
     std::map<int, int> m_GlonassChannels;
 };
 
-class CRinexObsReader
+// The lines of a RINEX text with their numbers, and the reason a reading
+// stopped; what both readers stand on.
+class CRinexLineSource
 {
 public:
-    explicit CRinexObsReader(std::istream& in) : m_In(in) {}
+    explicit CRinexLineSource(std::istream& in) : m_In(in) {}
+
+    const std::string& Error() const { return m_szError; }
+
+protected:
+    // The next line without its line end; false at the end of the text.
+    bool GetLine(std::string& line);
+    // Notes `what` with the current line number as the reason; returns false.
+    bool Fail(const std::string& what);
+
+    std::istream& m_In;
+    std::string m_szError;
+    unsigned m_uLine = 0;
+};
+
+class CRinexObsReader : public CRinexLineSource
+{
+public:
+    explicit CRinexObsReader(std::istream& in) : CRinexLineSource(in) {}
 
     // Reads the header up to END OF HEADER. False, with a reason in Error(),
     // for anything but a RINEX 3 observation file.
@@ -83,16 +103,8 @@ public:
     // on a line that can't be read, with a reason in Error().
     bool NextEpoch(SRinexObsEpoch& epoch);
 
-    const std::string& Error() const { return m_szError; }
-
 private:
-    bool GetLine(std::string& line);
-    bool Fail(const std::string& what);
-
-    std::istream& m_In;
     SRinexObsHeader m_Header;
-    std::string m_szError;
-    unsigned m_uLine = 0;
 };
 
 // Helpers shared by the RINEX readers.
