@@ -443,17 +443,14 @@ constexpr size_t Orbit(size_t line, size_t field)
     return 3 + 4 * (line - 1) + (field - 1);
 }
 
-SNavEvent GpsEvent(const SRinexNavRecord& r)
+// The clock and orbit fields that GPS and BeiDou records share, from their
+// places in the record into the members of the same names.
+template <typename TValues>
+void TakeKeplerFields(const SRinexNavRecord& r, TValues& v)
 {
-    SGpsEphemerisValues v;
-    v.m_uSatellite = static_cast<uint16_t>(r.m_iPrn);
-    const SWeekTime toc = WeekTime(r.m_Time, kGpsEpochDays);
-    v.m_uWeek = static_cast<uint32_t>(r.Get(Orbit(5, 3), toc.m_uWeek));
-    v.m_dToc = toc.m_dSeconds;
     v.m_dAf0 = r.Get(0);
     v.m_dAf1 = r.Get(1);
     v.m_dAf2 = r.Get(2);
-    v.m_uIode = static_cast<uint16_t>(r.Get(Orbit(1, 1)));
     v.m_dCrs = r.Get(Orbit(1, 2));
     v.m_dDeltaN = r.Get(Orbit(1, 3));
     v.m_dM0 = r.Get(Orbit(1, 4));
@@ -470,6 +467,17 @@ SNavEvent GpsEvent(const SRinexNavRecord& r)
     v.m_dOmega = r.Get(Orbit(4, 3));
     v.m_dOmegaDot = r.Get(Orbit(4, 4));
     v.m_dIdot = r.Get(Orbit(5, 1));
+}
+
+SNavEvent GpsEvent(const SRinexNavRecord& r)
+{
+    SGpsEphemerisValues v;
+    v.m_uSatellite = static_cast<uint16_t>(r.m_iPrn);
+    const SWeekTime toc = WeekTime(r.m_Time, kGpsEpochDays);
+    v.m_uWeek = static_cast<uint32_t>(r.Get(Orbit(5, 3), toc.m_uWeek));
+    v.m_dToc = toc.m_dSeconds;
+    TakeKeplerFields(r, v);
+    v.m_uIode = static_cast<uint16_t>(r.Get(Orbit(1, 1)));
     v.m_uL2PFlag = r.Get(Orbit(5, 4)) != 0.0 ? 1 : 0;
     v.m_uUra = static_cast<uint16_t>(UraIndex(r.Get(Orbit(6, 1))));
     v.m_uHealth = static_cast<uint16_t>(r.Get(Orbit(6, 2)));
@@ -552,26 +560,8 @@ SNavEvent BeidouEvent(const SRinexNavRecord& r, const SRinexNavHeader& header)
     const SWeekTime toc = WeekTime(r.m_Time, kBdtEpochDays);
     v.m_uWeek = static_cast<uint32_t>(r.Get(Orbit(5, 3), toc.m_uWeek));
     v.m_dToc = toc.m_dSeconds;
-    v.m_dAf0 = r.Get(0);
-    v.m_dAf1 = r.Get(1);
-    v.m_dAf2 = r.Get(2);
+    TakeKeplerFields(r, v);
     v.m_uAode = static_cast<uint32_t>(r.Get(Orbit(1, 1)));
-    v.m_dCrs = r.Get(Orbit(1, 2));
-    v.m_dDeltaN = r.Get(Orbit(1, 3));
-    v.m_dM0 = r.Get(Orbit(1, 4));
-    v.m_dCuc = r.Get(Orbit(2, 1));
-    v.m_dEcc = r.Get(Orbit(2, 2));
-    v.m_dCus = r.Get(Orbit(2, 3));
-    v.m_dSqrtA = r.Get(Orbit(2, 4));
-    v.m_dToe = r.Get(Orbit(3, 1));
-    v.m_dCic = r.Get(Orbit(3, 2));
-    v.m_dOmega0 = r.Get(Orbit(3, 3));
-    v.m_dCis = r.Get(Orbit(3, 4));
-    v.m_dI0 = r.Get(Orbit(4, 1));
-    v.m_dCrc = r.Get(Orbit(4, 2));
-    v.m_dOmega = r.Get(Orbit(4, 3));
-    v.m_dOmegaDot = r.Get(Orbit(4, 4));
-    v.m_dIdot = r.Get(Orbit(5, 1));
     v.m_uUrai = UraIndex(r.Get(Orbit(6, 1)));
     v.m_uSatH1 = r.Get(Orbit(6, 2)) != 0.0 ? 1 : 0;
     v.m_dTgd1 = r.Get(Orbit(6, 3));
