@@ -236,7 +236,8 @@ TEST(SiteInputs, SentencesDuringThePassFillTheMarkerBlockBehindTheFirstEpoch)
 {
     Bytes log = MakeMarkerSiteFrame(1, "SITE A", "0042");
     for (const Bytes& piece : {Epoch(), Epoch(1), MakeSentence("$>JSITERECORD,SITE A,1.500,a,b,ANT,Stationary\r\n"),
-                               Gga("1000.000,N", "02000.000,E", 0), Gga("3346.000,S", "15112.600,E", 1), Epoch(2)})
+                               Gga("1000.000,N", "02000.000,E", 0), Gga("3346.000,S", "15112.600,E", 1),
+                               Gga("1000.000,N", "02000.000,E", 1), Epoch(2)}) // the first valid position wins
         AppendBytes(log, piece);
 
     const std::vector<std::string> lines = LinesOf(ObsOf(log, {"in.log", "obs"}));

@@ -2,8 +2,6 @@
 
 #include <string>
 
-#include "platform/FileIo.h"
-
 namespace
 {
 
@@ -21,48 +19,6 @@ SHeaderParts HeaderWithLastAt(const char* seconds)
     parts.m_szLast = std::string("  2020     6    21     0     1   ") + seconds +
                      "      GPS         TIME OF LAST OBS    \n";
     return parts;
-}
-
-TEST_F(MarkerBlockTest, UsualSequenceStampsFirstEpochBehindBlockAndRemovalLeavesNoTrace)
-{
-    CWriteRinexObs& w = Writer();
-
-    // A marker at the start of the log lands at position 0 of the empty file,
-    // where it reads as no block: a position now is not taken.
-    w.BeginMarker("SITE A", "0042");
-    EXPECT_EQ(FileText(), MarkerBlock(kBlockEventBlank));
-    EXPECT_EQ(FileText().size(), 441u);
-    w.SetMarkerPosition(kSitePosition);
-
-    // E1's flush lays the header over it and puts the block behind E1.
-    PutSignal(w.m_aGpsL1[4], 5, kG05L1);
-    Flush(100.0);
-    EXPECT_EQ(FileText(), HeaderText(SHeaderParts{}) + kEpoch1 + MarkerBlock(kBlockEventBlank));
-
-    // A position before E2's time; the first one wins.
-    w.SetMarkerPosition(kSitePosition);
-    const double other[3] = {1.0, 2.0, 3.0};
-    w.SetMarkerPosition(other);
-    EXPECT_EQ(FileText(), HeaderText(SHeaderParts{}) + kEpoch1 + MarkerBlock(kBlockEventBlank, kBlockPosition));
-
-    // E2's epoch line is stamped into the block in front of it.
-    PutSignal(w.m_aGpsL1[11], 12, kG12L1);
-    Flush(101.0);
-    const std::string withBlock = FileText();
-    EXPECT_EQ(withBlock, HeaderText(HeaderWithLastAt("41.000000")) + kEpoch1 +
-                             MarkerBlock("> 2020  6 21  0  1 41.0000000  3  5\n", kBlockPosition) + kEpoch2);
-
-    // Removal closes the file up and leaves the stream at its new end.
-    w.RemoveMarkerBlock();
-    const std::string removed = FileText();
-    EXPECT_EQ(removed, HeaderText(HeaderWithLastAt("41.000000")) + kEpoch1 + kEpoch2);
-    EXPECT_EQ(withBlock.size() - removed.size(), 441u);
-    EXPECT_EQ(GetStreamPos(m_pFile), static_cast<StreamPos>(removed.size()));
-    EXPECT_EQ(w.m_posMarkerStart, 0);
-
-    PutSignal(w.m_aGpsL1[4], 5, kG05L1);
-    Flush(102.0);
-    EXPECT_EQ(FileText(), HeaderText(HeaderWithLastAt("42.000000")) + kEpoch1 + kEpoch2 + kEpoch3);
 }
 
 TEST_F(MarkerBlockTest, OnlyOneBlockAtATimeAndEventsWithoutBlockChangeNothing)

@@ -78,76 +78,6 @@ TEST_F(ObsEpochTest, AtMostTwelveLockedGpsSatellitesAreWritten)
     EXPECT_FALSE(w.m_aGpsL1[12].m_bValid);
 }
 
-TEST_F(ObsEpochTest, MissingL2IsBlankAndTheNextL2PhaseCarriesLossOfLock)
-{
-    CWriteRinexObs& w = Writer();
-    w.m_bSeenL2 = 1;
-    const SSignal g12L2 = {86000000.5, 22000002.75, -1500.25, 4};
-
-    PutSignal(w.m_aGpsL1[4], 5, kG05L1);
-    PutSignal(w.m_aGpsL2[4], 5, kG05L2);
-    PutSignal(w.m_aGpsL1[11], 12, kG12L1);
-    PutSignal(w.m_aGpsL2[24], 25, kG05L2); // L2 without L1: not written, not marked
-    Flush(100.0);
-    EXPECT_EQ(w.m_aGpsL2[11].m_uRepeatLli, 1u);
-    EXPECT_EQ(w.m_aGpsL2[24].m_uRepeatLli, 0u);
-
-    PutSignal(w.m_aGpsL1[4], 5, kG05L1);
-    PutSignal(w.m_aGpsL2[4], 5, kG05L2);
-    PutSignal(w.m_aGpsL1[11], 12, kG12L1);
-    PutSignal(w.m_aGpsL2[11], 12, g12L2);
-    Flush(101.0);
-
-    // A slip noted in an epoch that the rate gate turned down shows in the
-    // next written one.
-    const std::string beforeSkipped = FileText();
-    w.m_aGpsL1[4].m_uLli = 1;
-    w.m_timeEpoch = GpsTime{kWeek, 102.0};
-    w.FlushEpoch();
-    EXPECT_EQ(FileText(), beforeSkipped);
-
-    PutSignal(w.m_aGpsL1[4], 5, kG05L1);
-    PutSignal(w.m_aGpsL2[4], 5, kG05L2);
-    PutSignal(w.m_aGpsL1[11], 12, kG12L1);
-    PutSignal(w.m_aGpsL2[11], 12, g12L2);
-    Flush(103.0);
-
-    SHeaderParts parts;
-    parts.m_szGpsTypes = kObsG6;
-    parts.m_szLast = "  2020     6    21     0     1   43.000000      GPS         TIME OF LAST OBS    \n";
-    const std::string g12L2Triple = "  86000000.500 4  22000002.750 4     -1500.250 4";
-    EXPECT_EQ(FileText(), HeaderText(parts) +
-                              "> 2020  6 21  0  1 40.0000000  0  2\n" +
-                              kG05L1Line + kG05L2Triple + "\n" +
-                              kG12L1Line + kBlankTriple + "\n" +
-                              "> 2020  6 21  0  1 41.0000000  0  2\n" +
-                              kG05L1Line + kG05L2Triple + "\n" +
-                              kG12L1Line + "  86000000.50014  22000002.750 4     -1500.250 4\n" +
-                              "> 2020  6 21  0  1 43.0000000  0  2\n" +
-                              "G05 110000000.25017  21000000.500 7     -1234.750 7" + kG05L2Triple + "\n" +
-                              kG12L1Line + g12L2Triple + "\n");
-}
-
-TEST_F(ObsEpochTest, L1PColumnMakesSevenGroupLines)
-{
-    CWriteRinexObs& w = Writer();
-    w.m_bSeenL2 = 1;
-    w.m_bSeenL1P = 1;
-    PutSignal(w.m_aGpsL1[4], 5, kG05L1);
-    PutSignal(w.m_aGpsL2[4], 5, kG05L2);
-    PutSignal(w.m_aGpsL1P[4], 5, {0.0, 21000001.0, 0.0, 6});
-    PutSignal(w.m_aGpsL1[11], 12, kG12L1);
-    Flush(100.0);
-
-    SHeaderParts parts;
-    parts.m_szGpsTypes = kObsG7;
-    const std::string g05 = kG05L1Line + kG05L2Triple + "  21000001.000 6";
-    const std::string g12 = kG12L1Line + kBlankTriple + "         0.000 0";
-    EXPECT_EQ(g05.size(), 115u);
-    EXPECT_EQ(g12.size(), 115u);
-    EXPECT_EQ(FileText(), HeaderText(parts) + "> 2020  6 21  0  1 40.0000000  0  2\n" + g05 + "\n" + g12 + "\n");
-}
-
 TEST_F(ObsEpochTest, GlonassLinesFollowGpsWithSlotWavelengths)
 {
     CWriteRinexObs& w = Writer();
@@ -171,59 +101,15 @@ TEST_F(ObsEpochTest, GlonassLinesFollowGpsWithSlotWavelengths)
     EXPECT_EQ(w.m_aGloL2[1].m_uRepeatLli, 1u);
 }
 
-TEST_F(ObsEpochTest, BeidouLinesCarrySeenBandsOnlyAndMarkReturningSatellites)
+TEST_F(ObsEpochTest, BeidouB3AloneKeepsTheGpsFileType)
 {
     CWriteRinexObs& w = Writer();
-    const SSignal c06B1 = {90000000.5, 25000000.75, -100.25, 5};
-    const SSignal c06B3 = {70000000.25, 25000004.5, -80.5, 4};
-    const SSignal c11B1 = {91000000.5, 26000000.25, 200.5, 6};
-    const SSignal c11B3 = {71000000.75, 26000003.0, 150.25, 5};
-    const std::string c06B1Text = "  90000000.500 5  25000000.750 5      -100.250 5";
-    const std::string c06B3Text = "  70000000.250 4  25000004.500 4       -80.500 4";
-    const std::string c11B1Text = "  91000000.500 6  26000000.250 6       200.500 6";
-    const std::string c11B3Text = "  71000000.750 5  26000003.000 5       150.250 5";
-
-    // B3 alone: three groups, and the file stays of type GPS.
     w.m_abSeenBeidou[2] = 1;
     PutSignal(w.m_aGpsL1[4], 5, kG05L1);
-    PutSignal(w.m_aBds[2][5], 6, c06B3);
+    PutSignal(w.m_aBds[2][5], 6, {70000000.25, 25000004.5, -80.5, 4});
     Flush(100.0);
-    const std::string epoch1 = "> 2020  6 21  0  1 40.0000000  0  2\n" + kG05L1Line + "\n" + "C06" + c06B3Text + "\n";
-    EXPECT_EQ(FileText(), HeaderText(SHeaderParts{}) + epoch1);
-
-    // B1 and B3: six groups, B3 in the second triple.
-    w.m_abSeenBeidou[0] = 1;
-    PutSignal(w.m_aBds[0][5], 6, c06B1);
-    PutSignal(w.m_aBds[2][5], 6, c06B3);
-    PutSignal(w.m_aBds[0][10], 11, c11B1);
-    PutSignal(w.m_aBds[2][10], 11, c11B3);
-    Flush(101.0);
-
-    // C14 alone: the rows in front of it are marked in both bands.
-    PutSignal(w.m_aBds[0][13], 14, {92000000.25, 27000000.5, -300.75, 7});
-    PutSignal(w.m_aBds[2][13], 14, {72000000.5, 27000004.25, -230.5, 6});
-    Flush(102.0);
-
-    // C06 and C11 return; C06 without B3.
-    PutSignal(w.m_aBds[0][5], 6, c06B1);
-    PutSignal(w.m_aBds[0][10], 11, c11B1);
-    PutSignal(w.m_aBds[2][10], 11, c11B3);
-    Flush(103.0);
-
-    SHeaderParts parts;
-    parts.m_bMixed = true;
-    parts.m_szLast = "  2020     6    21     0     1   43.000000      GPS         TIME OF LAST OBS    \n";
-    const std::string c06Line = "C06" + c06B1Text + c06B3Text;
-    EXPECT_EQ(c06Line.size(), 99u);
-    EXPECT_EQ(FileText(), HeaderText(parts) + epoch1 +
-                              "> 2020  6 21  0  1 41.0000000  0  2\n" +
-                              c06Line + "\n" +
-                              "C11" + c11B1Text + c11B3Text + "\n" +
-                              "> 2020  6 21  0  1 42.0000000  0  1\n" +
-                              "C14  92000000.250 7  27000000.500 7      -300.750 7  72000000.500 6  27000004.250 6      -230.500 6\n" +
-                              "> 2020  6 21  0  1 43.0000000  0  2\n" +
-                              "C06  90000000.50015  25000000.750 5      -100.250 5" + kBlankTriple + "\n" +
-                              "C11  91000000.50016  26000000.250 6       200.500 6  71000000.75015  26000003.000 5       150.250 5\n");
+    EXPECT_EQ(FileText(), HeaderText(SHeaderParts{}) + "> 2020  6 21  0  1 40.0000000  0  2\n" + kG05L1Line + "\n" +
+                              "C06  70000000.250 4  25000004.500 4       -80.500 4\n");
 }
 
 TEST_F(ObsEpochTest, GlonassTablesFollowTheChannelOfEachSlot)

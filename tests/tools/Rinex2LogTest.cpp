@@ -186,84 +186,17 @@ int RunRinex2Log(const CScratchDir& dir, const std::string& args)
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
-// The values of the first line of `satellite` behind the epoch line of
-// `epochText` in an observation file.
-std::vector<double> ObsValues(const std::string& file, const std::string& epochText, const std::string& satellite)
-{
-    const size_t epoch = file.find(epochText);
-    if (epoch == std::string::npos)
-        return {};
-    const size_t line = file.find("\n" + satellite, epoch);
-    if (line == std::string::npos)
-        return {};
-    const std::string text = file.substr(line + 1, file.find('\n', line + 1) - line - 1);
-    std::vector<double> values;
-    for (size_t at = 3; at + 14 <= text.size(); at += 16)
-        values.push_back(std::atof(text.substr(at, 14).c_str()));
-    return values;
-}
-
-class Rinex2LogRoundTrip : public ::testing::TestWithParam<const char*>
-{
-};
-
-// Observations of all three systems come back from the converter within the
-// quantisation of the messages: code 1/256 m, phase 1/1024 cycle, Doppler
-// 1/512 Hz (1/4096 m/s in BIN96), each to the file's three decimals.
-TEST_P(Rinex2LogRoundTrip, ObservationsComeBackWithinTheMessagesSteps)
+// The damage option puts junk into the log, which the real-data tests rely on.
+TEST(Rinex2LogCommandLine, DamageOptionPutsJunkIntoTheLog)
 {
     CScratchDir dir;
     dir.WriteFile("in.obs", SmallObsFile());
     dir.WriteFile("in.nav", kSmallNavFile);
-    ASSERT_EQ(RunRinex2Log(dir, std::string(GetParam()) + " in.obs in.nav out.log"), 0)
-        << dir.ReadFile("stderr.txt");
+    ASSERT_EQ(RunRinex2Log(dir, "-g 96 -b raw -d 3 -s -m in.obs in.nav out.log"), 0) << dir.ReadFile("stderr.txt");
     const std::string summary = dir.ReadFile("stderr.txt");
-    if (std::string(GetParam()).find("-d") != std::string::npos) // the damage did hit the log
-    {
-        EXPECT_NE(summary.find(" of them junk)"), std::string::npos) << summary;
-        EXPECT_EQ(summary.find(" (0 of them junk)"), std::string::npos) << summary;
-    }
-    const SToolRun run = RunObsforgeTool({"out.log", "out.obs", "out.gnav"}, dir.Dir());
-    ASSERT_EQ(run.m_iExitStatus, 0);
-    const std::string obs = dir.ReadFile("out.obs");
-    const bool bin76 = std::string(GetParam()).find("-g 96") == std::string::npos;
-
-    // L1C C1C D1C (L2Y C2Y D2Y) for GPS, L1C C1C D1C for GLONASS, L2I C2I D2I for BeiDou.
-    const std::string second = "> 2020  6 25  6  0 30.0000000";
-    const std::vector<double> g02 = ObsValues(obs, second, "G02");
-    ASSERT_GE(g02.size(), 3u) << obs;
-    EXPECT_NEAR(g02[0], 126281296.794, 0.0015);
-    EXPECT_NEAR(g02[1], 24030529.557, 0.0025);
-    EXPECT_NEAR(g02[2], 2380.416, 0.0015);
-    if (bin76)
-    {
-        ASSERT_EQ(g02.size(), 6u);
-        EXPECT_NEAR(g02[3], 98401020.034, 0.0015);
-        EXPECT_NEAR(g02[4], 24030528.800, 0.0025);
-        EXPECT_NEAR(g02[5], 1854.868, 0.0015);
-    }
-    const std::vector<double> r04 = ObsValues(obs, second, "R04");
-    ASSERT_GE(r04.size(), 3u) << obs;
-    EXPECT_NEAR(r04[0], 123417520.035, 0.0015);
-    EXPECT_NEAR(r04[1], 23047348.920, 0.0025);
-    EXPECT_NEAR(r04[2], -3957.960, 0.0015);
-    const std::vector<double> c08 = ObsValues(obs, "> 2020  6 25  6  0  0.0000000", "C08");
-    ASSERT_GE(c08.size(), 3u) << obs;
-    EXPECT_NEAR(c08[0], 203239407.290, 0.0015);
-    EXPECT_NEAR(c08[1], 39029987.722, 0.0025);
-    EXPECT_NEAR(c08[2], 857.056, 0.0015);
-
-    // The GPS ephemeris went out before the first epoch, behind the ionosphere and UTC data.
-    const std::string nav = dir.ReadFile("out.gnav");
-    EXPECT_NE(nav.find("G02 2020 06 25 06 00 00-4.774508997"), std::string::npos) << nav;
-    EXPECT_NE(nav.find("GPUT  9.3132257462D-10 2.664535259D-15 589824 2111"), std::string::npos) << nav;
+    EXPECT_NE(summary.find(" of them junk)"), std::string::npos) << summary;
+    EXPECT_EQ(summary.find(" (0 of them junk)"), std::string::npos) << summary;
 }
-
-INSTANTIATE_TEST_SUITE_P(Options, Rinex2LogRoundTrip, ::testing::Values("", "-g 96 -b raw -d 3 -s -m"),
-                         [](const ::testing::TestParamInfo<const char*>& info) {
-                             return info.index == 0 ? std::string("Defaults")
-                                                    : std::string("Bin96RawBeidouDamageSiteRecords");
-                         });
 
 TEST(Rinex2LogCommandLine, WrongArgumentsPrintTheUsageAndFail)
 {
