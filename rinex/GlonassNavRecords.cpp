@@ -40,6 +40,8 @@ constexpr int64_t kYearBeforeInterval0 = 1991;
 constexpr int32_t kMonthStartCommon[13] = {0, 31, 59, 90, 120, 151, 181, 212, 243, 273, 304, 334, 365};
 constexpr int32_t kMonthStartLeap[13] = {0, 31, 60, 91, 121, 152, 182, 213, 244, 274, 305, 335, 366};
 
+constexpr double kSecondsPerDay = 86400.0;
+
 constexpr double kHoursPerSecond = 0.0002777777777777778;
 constexpr double kMinutesPerSecond = 0.016666666666666666;
 constexpr int32_t kLastHour = 23;
@@ -72,12 +74,22 @@ void GlonassToCalendar(uint32_t n4, uint32_t nt, double seconds, SCalendarTime& 
     int64_t interval = n4;
     int64_t day = nt;
     MoscowToUtcDay(interval, day, seconds);
+    // Damaged strings can also carry a tb past midnight, an NT of 0 or an NT
+    // beyond the 1461 days of an interval. The time then counts on into the
+    // days and years around, as the GPS time that the intake works out for
+    // the record does, and every field of the date keeps its width.
+    for (; seconds >= kSecondsPerDay; seconds -= kSecondsPerDay)
+        ++day;
     const int64_t yearInInterval = YearOfInterval(day);
-    const int32_t year = static_cast<int32_t>(yearInInterval + kYearsPerInterval * interval + kYearBeforeInterval0);
+    int32_t year = static_cast<int32_t>(yearInInterval + kYearsPerInterval * interval + kYearBeforeInterval0);
+    const auto daysInYear = [](int32_t y) { return (y % 4 == 0 ? kMonthStartLeap : kMonthStartCommon)[12]; };
+    while (day < 1)
+        day += daysInYear(--year);
+    while (day > daysInYear(year))
+        day -= daysInYear(year++);
     calendar.m_iYear = year;
 
-    // The first month whose end is not before the day; a day beyond the
-    // year (damaged NT) stays in December.
+    // The first month whose end is not before the day.
     const int32_t* monthStart = year % 4 == 0 ? kMonthStartLeap : kMonthStartCommon;
     int32_t month = 1;
     while (month < 12 && monthStart[month] < day)
@@ -85,8 +97,7 @@ void GlonassToCalendar(uint32_t n4, uint32_t nt, double seconds, SCalendarTime& 
     calendar.m_iMonth = month;
     calendar.m_iDay = static_cast<int32_t>(day - monthStart[month - 1]);
 
-    // Held to the day in floating point, before the conversion to an
-    // integer: tb of damaged strings can run past midnight.
+    // Held to the day in floating point, before the conversion to an integer.
     double hours = seconds * kHoursPerSecond;
     if (hours > kLastHour)
         hours = kLastHour;

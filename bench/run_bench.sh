@@ -1,0 +1,142 @@
+#!/usr/bin/env bash
+# The conversion benchmark: builds the Release tool, writes the deterministic
+# 24-hour log with bench/make_bench_log, converts it N times and reports the
+# medians of
+#   - conversion time and throughput (MB of log per second, 1 MB = 10^6 bytes),
+#   - peak memory (maximum resident set size),
+#   - the I/O floor: reading the log with cat plus writing, with cat, as many
+#     bytes as the conversion wrote,
+#   - the ratio of conversion time to floor.
+# GNU cat copies file to file inside the kernel (copy_file_range), which no
+# program that makes its bytes itself can do; so the same floor with the
+# bytes written from user space, through a pipe, is shown beside it.
+# Targets: peak memory below 16 MiB, conversion within 4 times the floor.
+#
+# usage: bench/run_bench.sh [--callgrind]
+#   --callgrind  also profiles a conversion of the log's first hour with
+#                valgrind's callgrind and prints the ten costliest functions
+# Environment: BENCH_RUNS (default 5), BENCH_BUILD (default build-bench),
+# BENCH_OUT (scratch directory, default bench/out), BENCH_SECONDS (seconds of
+# log, default 86400).
+set -euo pipefail
+
+cd "$(dirname "$0")/.."
+RUNS=${BENCH_RUNS:-5}
+BUILD=${BENCH_BUILD:-build-bench}
+OUT=${BENCH_OUT:-bench/out}
+SECONDS_OF_LOG=${BENCH_SECONDS:-86400}
+CALLGRIND=0
+for arg in "$@"; do
+    case "$arg" in
+    --callgrind) CALLGRIND=1 ;;
+    *)
+        echo "usage: bench/run_bench.sh [--callgrind]" >&2
+        exit 2
+        ;;
+    esac
+done
+if [[ ! -x /usr/bin/time ]]; then
+    echo "run_bench.sh: /usr/bin/time is needed for the peak memory (apt-get install time)" >&2
+    exit 1
+fi
+
+cmake -S . -B "$BUILD" -DCMAKE_BUILD_TYPE=Release >/dev/null
+cmake --build "$BUILD" -j "${JOBS:-$(nproc)}" --target obsforge make_bench_log >/dev/null
+TOOL=$(realpath "$BUILD/obsforge")
+MAKE_LOG=$(realpath "$BUILD/bench/make_bench_log")
+
+mkdir -p "$OUT"
+cd "$OUT"
+LOG=bench.log
+# The log is deterministic: it is written again only when the generator or
+# the length changed.
+if [[ ! -f $LOG || $MAKE_LOG -nt $LOG || "$(cat bench.seconds 2>/dev/null)" != "$SECONDS_OF_LOG" ]]; then
+    echo "writing $SECONDS_OF_LOG s of log ..."
+    "$MAKE_LOG" "$LOG" "$SECONDS_OF_LOG"
+    echo "$SECONDS_OF_LOG" >bench.seconds
+fi
+LOG_BYTES=$(stat -c %s "$LOG")
+
+now_ns() { date +%s%N; }
+
+median() { sort -g | awk '{ v[NR] = $1 } END { if (NR % 2) print v[(NR + 1) / 2]; else print (v[NR / 2] + v[NR / 2 + 1]) / 2 }'; }
+
+# One conversion; prints "seconds max-rss-KiB user-seconds system-seconds".
+# File names are relative: the tool takes an argument that starts with "/"
+# for an option.
+convert_once() {
+    rm -f obs.rnx gps.rnx glo.rnx bds.rnx summary.txt
+    local start end
+    start=$(now_ns)
+    /usr/bin/time -f "%M %U %S" -o rss.txt "$TOOL" -S:summary.txt "$LOG" obs.rnx gps.rnx glo.rnx bds.rnx 2>/dev/null
+    end=$(now_ns)
+    echo "$(awk -v ns=$((end - start)) 'BEGIN { printf "%.4f", ns / 1e9 }') $(tail -n 1 rss.txt)"
+}
+
+# The floor of one run: cat reads the log, and cat writes the outputs' bytes
+# into a new file beside them, once straight and once through a pipe.
+# Prints "read write piped-write" in seconds.
+floor_once() {
+    local start mid end piped
+    start=$(now_ns)
+    cat "$LOG" >/dev/null
+    mid=$(now_ns)
+    cat obs.rnx gps.rnx glo.rnx bds.rnx summary.txt >floor.out
+    end=$(now_ns)
+    rm -f floor.out
+    sync
+    piped=$(now_ns)
+    cat obs.rnx gps.rnx glo.rnx bds.rnx summary.txt | cat >floor.out
+    piped=$(($(now_ns) - piped))
+    rm -f floor.out
+    awk -v r=$((mid - start)) -v w=$((end - mid)) -v p=$piped 'BEGIN { printf "%.4f %.4f %.4f\n", r / 1e9, w / 1e9, p / 1e9 }'
+}
+
+convert_once >/dev/null # warms the page cache, like the floor's reads
+: >conv.txt
+: >floor.txt
+# Each timed step starts with the written data of the one before on disk:
+# otherwise the kernel's write-back of some hundred MB lands at random in the
+# next step.
+for ((i = 0; i < RUNS; ++i)); do
+    sync
+    convert_once >>conv.txt
+    sync
+    floor_once >>floor.txt
+done
+OUT_BYTES=$(cat obs.rnx gps.rnx glo.rnx bds.rnx summary.txt | wc -c)
+
+CONV=$(awk '{ print $1 }' conv.txt | median)
+RSS=$(awk '{ print $2 }' conv.txt | median)
+USER=$(awk '{ print $3 }' conv.txt | median)
+SYS=$(awk '{ print $4 }' conv.txt | median)
+READ=$(awk '{ print $1 }' floor.txt | median)
+WRITE=$(awk '{ print $2 }' floor.txt | median)
+FLOOR=$(awk '{ print $1 + $2 }' floor.txt | median)
+PIPED=$(awk '{ print $1 + $3 }' floor.txt | median)
+
+awk -v log_bytes="$LOG_BYTES" -v out_bytes="$OUT_BYTES" -v conv="$CONV" -v rss="$RSS" -v rd="$READ" \
+    -v wr="$WRITE" -v floor="$FLOOR" -v piped="$PIPED" -v user="$USER" -v sys="$SYS" -v runs="$RUNS" 'BEGIN {
+    ratio = conv / floor
+    printf "log            %.1f MB (%d bytes)\n", log_bytes / 1e6, log_bytes
+    printf "outputs        %.1f MB (%d bytes)\n", out_bytes / 1e6, out_bytes
+    printf "medians of %d runs:\n", runs
+    printf "conversion     %.3f s, %.1f MB/s (user %.2f s, system %.2f s)\n", conv, log_bytes / 1e6 / conv, user, sys
+    printf "peak memory    %.1f MiB (%d KiB)   target below 16 MiB: %s\n", rss / 1024, rss, rss < 16384 ? "met" : "MISSED"
+    printf "I/O floor      %.3f s (read %.3f s, write %.3f s)\n", floor, rd, wr
+    printf "ratio          %.2f x floor   target at most 4: %s\n", ratio, ratio <= 4 ? "met" : "MISSED"
+    printf "piped floor    %.3f s, ratio %.2f (the outputs written from user space)\n", piped, conv / piped
+}'
+
+if [[ $CALLGRIND == 1 ]]; then
+    if ! command -v valgrind >/dev/null; then
+        echo "run_bench.sh: valgrind is needed for --callgrind" >&2
+        exit 1
+    fi
+    "$MAKE_LOG" hour.log 3600
+    rm -f callgrind.out
+    valgrind --tool=callgrind --callgrind-out-file=callgrind.out "$TOOL" hour.log obs.rnx gps.rnx glo.rnx bds.rnx \
+        >/dev/null 2>&1
+    echo "callgrind, first hour of the log: the ten costliest functions (own cost)"
+    callgrind_annotate callgrind.out 2>/dev/null | awk '/^-+$/ { rule++ } rule >= 3 && /\(/ && !/PROGRAM TOTALS/ && n < 10 { print; n++ }'
+fi
