@@ -53,13 +53,8 @@ bool CRinexNavReader::ReadHeader()
         if (first)
         {
             first = false;
-            if (label != "RINEX VERSION / TYPE")
-                return Fail("not a RINEX file (no RINEX VERSION / TYPE line)");
-            Number(line, 0, 9, m_Header.m_dVersion);
-            if (m_Header.m_dVersion < 3.0 || m_Header.m_dVersion >= 4.0)
-                return Fail("RINEX version " + rinex::Field(line, 0, 9) + " is not 3.xx");
-            if (line.size() <= 20 || line[20] != 'N')
-                return Fail("not a navigation file");
+            if (!CheckVersionLine(line, 'N', "not a navigation file", m_Header.m_dVersion))
+                return false;
             continue;
         }
         if (label == "END OF HEADER")

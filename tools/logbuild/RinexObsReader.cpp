@@ -92,6 +92,19 @@ bool CRinexLineSource::Fail(const std::string& what)
     return false;
 }
 
+bool CRinexLineSource::CheckVersionLine(const std::string& line, char type, const char* wrongType, double& version)
+{
+    if (rinex::Label(line) != "RINEX VERSION / TYPE")
+        return Fail("not a RINEX file (no RINEX VERSION / TYPE line)");
+    version = 0.0;
+    rinex::ParseNumber(rinex::Field(line, 0, 9), version);
+    if (version < 3.0 || version >= 4.0)
+        return Fail("RINEX version " + rinex::Field(line, 0, 9) + " is not 3.xx");
+    if (line.size() <= 20 || line[20] != type)
+        return Fail(wrongType);
+    return true;
+}
+
 bool CRinexObsReader::ReadHeader()
 {
     std::string line;
@@ -104,13 +117,8 @@ bool CRinexObsReader::ReadHeader()
         if (first)
         {
             first = false;
-            if (label != "RINEX VERSION / TYPE")
-                return Fail("not a RINEX file (no RINEX VERSION / TYPE line)");
-            m_Header.m_dVersion = DoubleField(line, 0, 9);
-            if (m_Header.m_dVersion < 3.0 || m_Header.m_dVersion >= 4.0)
-                return Fail("RINEX version " + rinex::Field(line, 0, 9) + " is not 3.xx");
-            if (line.size() <= 20 || line[20] != 'O')
-                return Fail("not an observation file");
+            if (!CheckVersionLine(line, 'O', "not an observation file", m_Header.m_dVersion))
+                return false;
             continue;
         }
         if (label == "END OF HEADER")

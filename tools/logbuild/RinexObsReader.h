@@ -82,6 +82,10 @@ protected:
     bool GetLine(std::string& line);
     // Notes `what` with the current line number as the reason; returns false.
     bool Fail(const std::string& what);
+    // Checks the first header line: a RINEX 3 file of type `type` ('O', 'N'),
+    // whose version goes to `version`; false with the reason otherwise, which
+    // is `wrongType` for another type of file.
+    bool CheckVersionLine(const std::string& line, char type, const char* wrongType, double& version);
 
     std::istream& m_In;
     std::string m_szError;
