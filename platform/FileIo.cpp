@@ -15,6 +15,23 @@ void SetStreamPos(std::FILE* stream, StreamPos pos)
     fseeko(stream, static_cast<off_t>(pos), SEEK_SET);
 }
 
+bool WriteAtStreamPos(std::FILE* stream, StreamPos pos, const char* data, size_t length)
+{
+    if (std::fflush(stream) != 0)
+        return false;
+    const int fd = fileno(stream);
+    while (length > 0)
+    {
+        const ssize_t n = pwrite(fd, data, length, static_cast<off_t>(pos));
+        if (n <= 0)
+            return false;
+        data += n;
+        length -= static_cast<size_t>(n);
+        pos += n;
+    }
+    return true;
+}
+
 bool TruncateAtStreamPos(std::FILE* stream)
 {
     if (std::fflush(stream) != 0)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 
@@ -20,3 +21,8 @@ void SetStreamPos(std::FILE* stream, StreamPos pos);
 // from there on is removed, and the stream stays usable for writing there.
 // What the stream had buffered reaches the file first.
 bool TruncateAtStreamPos(std::FILE* stream);
+
+// Writes `length` bytes at position `pos` of the file behind `stream` without
+// moving the stream, so writing goes on where it was. What the stream had
+// buffered reaches the file first.
+bool WriteAtStreamPos(std::FILE* stream, StreamPos pos, const char* data, size_t length);

@@ -59,19 +59,36 @@ __attribute__((format(printf, 2, 3))) size_t FormatHeaderLine(char* dst, const c
     return n;
 }
 
-__attribute__((format(printf, 2, 3))) void PutHeaderLine(std::FILE* file, const char* format, ...)
+// The header as it is made, before it goes to the file in one piece.
+struct SHeaderImage
+{
+    static constexpr size_t kMaxLines = 40;
+    char m_aText[kMaxLines * kLineBytes];
+    size_t m_uLength = 0;
+
+    void Append(const char* text)
+    {
+        size_t n = std::strlen(text);
+        if (n > sizeof(m_aText) - m_uLength)
+            n = sizeof(m_aText) - m_uLength;
+        std::memcpy(m_aText + m_uLength, text, n);
+        m_uLength += n;
+    }
+};
+
+__attribute__((format(printf, 2, 3))) void PutHeaderLine(SHeaderImage& image, const char* format, ...)
 {
     char line[kLineBytes + 1];
     std::va_list args;
     va_start(args, format);
     FormatHeaderLineV(line, format, args);
     va_end(args);
-    std::fputs(line, file);
+    image.Append(line);
 }
 
 // "%-80s\n" as a header line: the text cut at 80 characters, padded with
 // blanks to 80, and the line feed.
-void PutPaddedLine(std::FILE* file, const char* text)
+void PutPaddedLine(SHeaderImage& image, const char* text)
 {
     constexpr size_t kTextColumns = kLineBytes - 1;
     char line[kLineBytes + 1];
@@ -84,7 +101,7 @@ void PutPaddedLine(std::FILE* file, const char* text)
     std::memset(line + n, ' ', kTextColumns - n);
     line[kTextColumns] = '\n';
     line[kLineBytes] = '\0';
-    std::fputs(line, file);
+    image.Append(line);
 }
 
 // True when `memo` holds the text made from `keys`. Otherwise the memo takes
@@ -100,9 +117,9 @@ bool MemoHolds(SHeaderLineMemo& memo, std::initializer_list<double> keys)
 }
 
 // A line without fields, 81 bytes as it stands.
-void PutFixedLine(std::FILE* file, const char* line)
+void PutFixedLine(SHeaderImage& image, const char* line)
 {
-    std::fputs(line, file);
+    image.Append(line);
 }
 
 bool AllBytesZero(const double (&values)[3])
@@ -173,32 +190,21 @@ void CWriteRinexObs::WriteObsHeader()
     // behind it.
     const bool mixed = m_bHeaderMixed || m_bSeenGlonass || m_abSeenBeidou[0];
     const bool firstWriting = !m_bHeaderPlaced;
-    StreamPos saved = 0;
-    if (firstWriting)
-    {
-        m_bHeaderPlaced = 1;
-        m_posHeader = GetStreamPos(m_pFile);
-    }
-    else
-    {
-        saved = GetStreamPos(m_pFile);
-        if (mixed && !m_bHeaderMixed)
-            GrowHeaderByOneLine(saved);
-        SetStreamPos(m_pFile, m_posHeader);
-    }
+    const bool grows = !firstWriting && mixed && !m_bHeaderMixed;
     m_bHeaderMixed = mixed ? 1 : 0;
+    SHeaderImage image;
 
     const SExternalHeader& ext = g_ExternalHeader;
     const bool present = ext.m_bPresent != 0;
 
     if (mixed)
     {
-        PutFixedLine(m_pFile, "     3.02           OBSERVATION DATA    M                   RINEX VERSION / TYPE\n");
-        PutFixedLine(m_pFile, "G = GPS R = GLONASS C = BDS M = MIXED                       COMMENT             \n");
+        PutFixedLine(image, "     3.02           OBSERVATION DATA    M                   RINEX VERSION / TYPE\n");
+        PutFixedLine(image, "G = GPS R = GLONASS C = BDS M = MIXED                       COMMENT             \n");
     }
     else
     {
-        PutFixedLine(m_pFile, "     3.02           OBSERVATION DATA    GPS                 RINEX VERSION / TYPE\n");
+        PutFixedLine(image, "     3.02           OBSERVATION DATA    GPS                 RINEX VERSION / TYPE\n");
     }
 
     // The run date is taken with the first observation and stays.
@@ -206,34 +212,34 @@ void CWriteRinexObs::WriteObsHeader()
                                                     m_timeFirstObs.m_dSeconds};
     if (!MemoHolds(m_memoProgram, firstObs))
         FormatHeaderLine(m_memoProgram.m_szText, kProgramLineFormat, kProgramName, kRunBy, m_szRunDate);
-    std::fputs(m_memoProgram.m_szText, m_pFile);
+    image.Append(m_memoProgram.m_szText);
 
     if (present)
-        PutPaddedLine(m_pFile, ext.m_szObserverLine);
+        PutPaddedLine(image, ext.m_szObserverLine);
     else
-        PutFixedLine(m_pFile, "YOUR NAME           TALLOWMERE                              OBSERVER / AGENCY   \n");
+        PutFixedLine(image, "YOUR NAME           TALLOWMERE                              OBSERVER / AGENCY   \n");
 
     if (present)
-        PutPaddedLine(m_pFile, ext.m_szMarkerNameLine);
+        PutPaddedLine(image, ext.m_szMarkerNameLine);
     else
-        PutFixedLine(m_pFile, "MARKER001                                                   MARKER NAME         \n");
+        PutFixedLine(image, "MARKER001                                                   MARKER NAME         \n");
 
     if (present)
-        PutPaddedLine(m_pFile, ext.m_szMarkerNumberLine);
+        PutPaddedLine(image, ext.m_szMarkerNumberLine);
 
     if (present)
-        PutPaddedLine(m_pFile, ext.m_szReceiverLine);
+        PutPaddedLine(image, ext.m_szReceiverLine);
     else
-        PutFixedLine(m_pFile, "000000001           TALLOWMERE MERIDOR  001                 REC # / TYPE / VERS \n");
+        PutFixedLine(image, "000000001           TALLOWMERE MERIDOR  001                 REC # / TYPE / VERS \n");
 
-    PutFixedLine(m_pFile, "     0                                                      RCV CLOCK OFFS APPL \n");
+    PutFixedLine(image, "     0                                                      RCV CLOCK OFFS APPL \n");
 
     // The position: a computed one wins over an external line. Without either
     // the header has no position line, and a comment further down takes its
     // 81 bytes, so the header's length doesn't depend on it.
     bool positionLine = true;
     if (AllBytesZero(m_aApproxXyz) && present && ext.m_szApproxPositionLine[0] != '\0')
-        PutPaddedLine(m_pFile, ext.m_szApproxPositionLine);
+        PutPaddedLine(image, ext.m_szApproxPositionLine);
     else if (m_aApproxXyz[0] == 0.0 && m_aApproxXyz[1] == 0.0 && m_aApproxXyz[2] == 0.0)
         positionLine = false;
     else
@@ -241,18 +247,18 @@ void CWriteRinexObs::WriteObsHeader()
         if (!MemoHolds(m_memoPosition, {m_aApproxXyz[0], m_aApproxXyz[1], m_aApproxXyz[2]}))
             FormatHeaderLine(m_memoPosition.m_szText, "%14.4f%14.4f%14.4f                  APPROX POSITION XYZ \n",
                              m_aApproxXyz[0], m_aApproxXyz[1], m_aApproxXyz[2]);
-        std::fputs(m_memoPosition.m_szText, m_pFile);
+        image.Append(m_memoPosition.m_szText);
     }
 
     if (present)
-        PutPaddedLine(m_pFile, ext.m_szAntennaLine);
+        PutPaddedLine(image, ext.m_szAntennaLine);
     else
-        PutFixedLine(m_pFile, "                                                            ANT # / TYPE        \n");
+        PutFixedLine(image, "                                                            ANT # / TYPE        \n");
 
     if (present)
-        PutPaddedLine(m_pFile, ext.m_szAntennaDeltaLine);
+        PutPaddedLine(image, ext.m_szAntennaDeltaLine);
     else
-        PutFixedLine(m_pFile, "        0.0000        0.0000        0.0000                  ANTENNA: DELTA H/E/N\n");
+        PutFixedLine(image, "        0.0000        0.0000        0.0000                  ANTENNA: DELTA H/E/N\n");
 
     // The distance of the first two flushed epochs, in whole seconds, sets the
     // interval once; the rate detection may change it later, and each rewrite
@@ -270,16 +276,16 @@ void CWriteRinexObs::WriteObsHeader()
     if (!MemoHolds(m_memoInterval, {m_dInterval}))
         FormatHeaderLine(m_memoInterval.m_szText, "%10.3f%s", m_dInterval,
                          "                                                  INTERVAL            \n");
-    std::fputs(m_memoInterval.m_szText, m_pFile);
+    image.Append(m_memoInterval.m_szText);
 
     if (m_bSeenL2 && m_bSeenL1P)
-        PutFixedLine(m_pFile, "G    7 L1C C1C D1C L2Y C2Y D2Y C1Y                          SYS / # / OBS TYPES \n");
+        PutFixedLine(image, "G    7 L1C C1C D1C L2Y C2Y D2Y C1Y                          SYS / # / OBS TYPES \n");
     else if (m_bSeenL2)
-        PutFixedLine(m_pFile, "G    6 L1C C1C D1C L2Y C2Y D2Y                              SYS / # / OBS TYPES \n");
+        PutFixedLine(image, "G    6 L1C C1C D1C L2Y C2Y D2Y                              SYS / # / OBS TYPES \n");
     else
-        PutFixedLine(m_pFile, "G    3 L1C C1C D1C                                          SYS / # / OBS TYPES \n");
-    PutFixedLine(m_pFile, "R    6 L1C C1C D1C L2C C2C D2C                              SYS / # / OBS TYPES \n");
-    PutFixedLine(m_pFile, "C    9 L2I C2I D2I L7I C7I D7I L6I C6I D6I                  SYS / # / OBS TYPES \n");
+        PutFixedLine(image, "G    3 L1C C1C D1C                                          SYS / # / OBS TYPES \n");
+    PutFixedLine(image, "R    6 L1C C1C D1C L2C C2C D2C                              SYS / # / OBS TYPES \n");
+    PutFixedLine(image, "C    9 L2I C2I D2I L7I C7I D7I L6I C6I D6I                  SYS / # / OBS TYPES \n");
 
     // First observation: an epoch whose seven-decimal seconds round to 60
     // moves into the next minute, as on its epoch line.
@@ -293,16 +299,16 @@ void CWriteRinexObs::WriteObsHeader()
                          calendar.m_iYear, calendar.m_iMonth, calendar.m_iDay, calendar.m_iHour, calendar.m_iMinute,
                          firstSeconds);
     }
-    std::fputs(m_memoFirstObs.m_szText, m_pFile);
+    image.Append(m_memoFirstObs.m_szText);
 
     // Last observation: the half unit of the sixth decimal carries a time
     // such as 59.9999998 into the next minute by itself.
     GpsPlusToCalendar(m_timeEpoch, calendar, kLastObsOffset);
-    PutHeaderLine(m_pFile, "%6d%6d%6d%6d%6d%12.6f      GPS         TIME OF LAST OBS    \n", calendar.m_iYear,
+    PutHeaderLine(image, "%6d%6d%6d%6d%6d%12.6f      GPS         TIME OF LAST OBS    \n", calendar.m_iYear,
                   calendar.m_iMonth, calendar.m_iDay, calendar.m_iHour, calendar.m_iMinute, calendar.m_dSeconds);
 
     if (!positionLine)
-        PutFixedLine(m_pFile, " NO VALID POSITION RECORD FOUND IN THE INPUT FILE           COMMENT             \n");
+        PutFixedLine(image, " NO VALID POSITION RECORD FOUND IN THE INPUT FILE           COMMENT             \n");
 
     int k[kGlonassSlots];
     for (uint32_t slot = 0; slot < kGlonassSlots; ++slot)
@@ -328,9 +334,33 @@ void CWriteRinexObs::WriteObsHeader()
                          "    R17 %2d R18 %2d R19 %2d R20 %2d R21 %2d R22 %2d R23 %2d R24 %2d GLONASS SLOT / FRQ #\n",
                          k[16], k[17], k[18], k[19], k[20], k[21], k[22], k[23]);
     }
-    std::fputs(m_memoSlots.m_szText, m_pFile);
-    PutFixedLine(m_pFile, " C1C    0.000 C1P    0.000 C2C    0.000 C2P    0.000        GLONASS COD/PHS/BIS \n");
-    PutFixedLine(m_pFile, "                                                            END OF HEADER       \n");
+    image.Append(m_memoSlots.m_szText);
+    PutFixedLine(image, " C1C    0.000 C1P    0.000 C2C    0.000 C2P    0.000        GLONASS COD/PHS/BIS \n");
+    PutFixedLine(image, "                                                            END OF HEADER       \n");
+
+    // The usual rewrite puts a header of the same length over the one in the
+    // file with one positioned write; the stream stays behind the epochs.
+    const StreamPos length = static_cast<StreamPos>(image.m_uLength);
+    if (!firstWriting && !grows && !m_bMovingAtStart && length == m_posHeaderEnd - m_posHeader)
+    {
+        WriteAtStreamPos(m_pFile, m_posHeader, image.m_aText, image.m_uLength);
+        return;
+    }
+
+    StreamPos saved = 0;
+    if (firstWriting)
+    {
+        m_bHeaderPlaced = 1;
+        m_posHeader = GetStreamPos(m_pFile);
+    }
+    else
+    {
+        saved = GetStreamPos(m_pFile);
+        if (grows)
+            GrowHeaderByOneLine(saved);
+        SetStreamPos(m_pFile, m_posHeader);
+    }
+    std::fwrite(image.m_aText, 1, image.m_uLength, m_pFile);
     m_posHeaderEnd = GetStreamPos(m_pFile);
 
     // On a rewrite the records land on themselves, byte for byte.
