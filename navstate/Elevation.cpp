@@ -19,10 +19,10 @@ constexpr double kDegreesPerRadian = 57.2957795131;
 
 void CGpsNavState::UpdateElevation(uint32_t prn, bool fresh)
 {
-    const uint32_t internal = InternalPRNFromTruePRN(prn);
-    if (internal == 0 || internal > kSatRows)
+    uint32_t row = 0;
+    if (!RowOfPRN(prn, row))
         return;
-    const uint32_t row = internal - 1;
+    const uint32_t internal = row + 1;
 
     GpsTime log{};
     GetLogTime(log);

@@ -165,10 +165,9 @@ void GeoState(const SGpsEphemeris& eph, SSatState& state)
 
 void CGpsNavState::ComputeSatState(uint32_t prn, const GpsTime* time)
 {
-    const uint32_t internal = InternalPRNFromTruePRN(prn);
-    if (internal == 0 || internal > kSatRows)
+    uint32_t row = 0;
+    if (!RowOfPRN(prn, row))
         return;
-    const uint32_t row = internal - 1;
 
     GpsTime log{};
     GetLogTime(log);
@@ -204,10 +203,10 @@ void CGpsNavState::ComputeSatState(uint32_t prn, const GpsTime* time)
 
 uint32_t CGpsNavState::PredictSatState(uint32_t prn, uint32_t /*week*/, double seconds, SSatState& out)
 {
-    const uint32_t internal = InternalPRNFromTruePRN(prn);
-    if (internal == 0 || internal > kSatRows)
+    uint32_t row = 0;
+    if (!RowOfPRN(prn, row))
         return kNoState;
-    const SSatState& state = m_aSatState[internal - 1];
+    const SSatState& state = m_aSatState[row];
     if ((state.m_uStatusAtState & 3) == 0 || state.m_uValid != 1)
         return kNoState;
 

@@ -138,6 +138,15 @@ void CGpsNavState::RegisterExtendedPRN(uint32_t prn)
     }
 }
 
+bool CGpsNavState::RowOfPRN(uint32_t prn, uint32_t& row)
+{
+    const uint32_t internal = InternalPRNFromTruePRN(prn);
+    if (internal == 0 || internal > kSatRows)
+        return false;
+    row = internal - 1;
+    return true;
+}
+
 uint32_t CGpsNavState::InternalPRNFromTruePRN(uint32_t prn)
 {
     if (prn >= 1 && prn <= kSatRows)

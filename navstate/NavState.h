@@ -46,6 +46,8 @@ public:
 
     // Row plus 1 for a satellite number, 0 when it has none.
     uint32_t InternalPRNFromTruePRN(uint32_t prn);
+    // The table row of a satellite number in `row`; false when it has none.
+    bool RowOfPRN(uint32_t prn, uint32_t& row);
     // The current record of a satellite, or null.
     const SGpsEphemeris* GetStructAlways(uint32_t prn, uint32_t* pTxTime);
     // Gives a number above 32 one of the three extended rows, at most three per run.

@@ -39,7 +39,7 @@ void KeepSatelliteUp(CGpsNavState& table, uint32_t prn, SObsSlot& slot)
     if (usable)
         table.UpdateElevation(prn, true);
 
-    const uint32_t internal = table.InternalPRNFromTruePRN(prn);
-    const double elevation = internal >= 1 && internal <= kSatRows ? table.m_adElevation[internal - 1] : 0.0;
+    uint32_t row = 0;
+    const double elevation = table.RowOfPRN(prn, row) ? table.m_adElevation[row] : 0.0;
     slot.m_bMasked = LeftOutByMask(usable, elevation) ? 1 : 0;
 }
