@@ -35,7 +35,7 @@ package: build
 	cd $(BUILD) && cpack
 
 clean:
-	rm -rf $(BUILD) $(ASAN_BUILD) out
+	rm -rf $(BUILD) $(ASAN_BUILD) $(FUZZ_BUILD) build-bench bench/out out
 
 # Writes the sample log again from the real data in examples/data with the
 # log-building tool; the result is the same byte for byte. The station's
