@@ -28,7 +28,6 @@ constexpr uint32_t kPacketIndexShift = 24;
 constexpr uint32_t kBandShift = 28;
 constexpr uint32_t kPacketFieldMask = 0xF;
 
-
 uint32_t PacketField(const uint8_t* frame, uint32_t shift)
 {
     return (ReadU32(frame, kPacketWordOffset) >> shift) & kPacketFieldMask;

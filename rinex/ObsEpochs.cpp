@@ -73,14 +73,13 @@ void AppendValue(char* line, size_t size, size_t& length, double value, char lli
 {
     constexpr size_t kFieldWidth = 14;
     constexpr uint32_t kLargestDigit = 9;
-    char field[32];
-    const size_t n = FormatObsValue(value, field, sizeof(field));
-    if (n != kFieldWidth || strength > kLargestDigit || length + kFieldWidth + 2 >= size)
+    // A value wider than its field, or no room, takes printf from the same place.
+    if (strength > kLargestDigit || length + kFieldWidth + 2 >= size ||
+        FormatObsValue(value, line + length, size - length) != kFieldWidth)
     {
         AppendFormat(line, size, length, "%14.3f%c%1u", value, lli, strength);
         return;
     }
-    std::memcpy(line + length, field, kFieldWidth);
     length += kFieldWidth;
     line[length++] = lli;
     line[length++] = static_cast<char>('0' + strength);

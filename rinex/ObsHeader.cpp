@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstring>
 #include <initializer_list>
+#include <span>
 
 #include "gnsstime/GpsTime.h"
 #include "platform/FileIo.h"
@@ -25,12 +26,11 @@ constexpr double kLastObsOffset = 5e-07;
 // Stream chunks moved at a time when the header grows by a line.
 char s_aMoveBuffer[4096];
 
-// Writes one header line. A line that printf would make longer than 81 bytes
-// (a value wider than its field) is cut to 80 characters and its line feed:
-// the epochs lie directly behind the header, and a longer line would
-// overwrite them at the next rewrite.
-// Returns the length of the line in `dst`, which holds at least 82 bytes; a
-// failed formatting leaves an empty line.
+// Formats one header line into `dst`, which holds at least 82 bytes, and
+// returns its length. A line that printf would make longer than 81 bytes (a
+// value wider than its field) is cut to 80 characters and its line feed: the
+// epochs lie directly behind the header, and a longer line would overwrite
+// them at the next rewrite. A failed formatting leaves an empty line.
 size_t FormatHeaderLineV(char* dst, const char* format, std::va_list args)
 {
     char line[256];
@@ -106,20 +106,21 @@ void PutPaddedLine(SHeaderImage& image, const char* text)
 
 // True when `memo` holds the text made from `keys`. Otherwise the memo takes
 // the keys and the caller makes the text into it.
-bool MemoHolds(SHeaderLineMemo& memo, std::initializer_list<double> keys)
+bool MemoHolds(SHeaderLineMemo& memo, std::span<const double> keys)
 {
+    if (keys.size() > SHeaderLineMemo::kMaxKeys)
+        return false; // too many to keep: made anew each time
     const size_t bytes = keys.size() * sizeof(double);
-    if (memo.m_uKeys == keys.size() && std::memcmp(memo.m_adKey, keys.begin(), bytes) == 0)
+    if (memo.m_uKeys == keys.size() && std::memcmp(memo.m_adKey, keys.data(), bytes) == 0)
         return true;
-    std::memcpy(memo.m_adKey, keys.begin(), bytes);
+    std::memcpy(memo.m_adKey, keys.data(), bytes);
     memo.m_uKeys = static_cast<uint32_t>(keys.size());
     return false;
 }
 
-// A line without fields, 81 bytes as it stands.
-void PutFixedLine(SHeaderImage& image, const char* line)
+bool MemoHolds(SHeaderLineMemo& memo, std::initializer_list<double> keys)
 {
-    image.Append(line);
+    return MemoHolds(memo, std::span<const double>(keys.begin(), keys.size()));
 }
 
 bool AllBytesZero(const double (&values)[3])
@@ -199,12 +200,12 @@ void CWriteRinexObs::WriteObsHeader()
 
     if (mixed)
     {
-        PutFixedLine(image, "     3.02           OBSERVATION DATA    M                   RINEX VERSION / TYPE\n");
-        PutFixedLine(image, "G = GPS R = GLONASS C = BDS M = MIXED                       COMMENT             \n");
+        image.Append("     3.02           OBSERVATION DATA    M                   RINEX VERSION / TYPE\n");
+        image.Append("G = GPS R = GLONASS C = BDS M = MIXED                       COMMENT             \n");
     }
     else
     {
-        PutFixedLine(image, "     3.02           OBSERVATION DATA    GPS                 RINEX VERSION / TYPE\n");
+        image.Append("     3.02           OBSERVATION DATA    GPS                 RINEX VERSION / TYPE\n");
     }
 
     // The run date is taken with the first observation and stays.
@@ -217,12 +218,12 @@ void CWriteRinexObs::WriteObsHeader()
     if (present)
         PutPaddedLine(image, ext.m_szObserverLine);
     else
-        PutFixedLine(image, "YOUR NAME           TALLOWMERE                              OBSERVER / AGENCY   \n");
+        image.Append("YOUR NAME           TALLOWMERE                              OBSERVER / AGENCY   \n");
 
     if (present)
         PutPaddedLine(image, ext.m_szMarkerNameLine);
     else
-        PutFixedLine(image, "MARKER001                                                   MARKER NAME         \n");
+        image.Append("MARKER001                                                   MARKER NAME         \n");
 
     if (present)
         PutPaddedLine(image, ext.m_szMarkerNumberLine);
@@ -230,9 +231,9 @@ void CWriteRinexObs::WriteObsHeader()
     if (present)
         PutPaddedLine(image, ext.m_szReceiverLine);
     else
-        PutFixedLine(image, "000000001           TALLOWMERE MERIDOR  001                 REC # / TYPE / VERS \n");
+        image.Append("000000001           TALLOWMERE MERIDOR  001                 REC # / TYPE / VERS \n");
 
-    PutFixedLine(image, "     0                                                      RCV CLOCK OFFS APPL \n");
+    image.Append("     0                                                      RCV CLOCK OFFS APPL \n");
 
     // The position: a computed one wins over an external line. Without either
     // the header has no position line, and a comment further down takes its
@@ -253,12 +254,12 @@ void CWriteRinexObs::WriteObsHeader()
     if (present)
         PutPaddedLine(image, ext.m_szAntennaLine);
     else
-        PutFixedLine(image, "                                                            ANT # / TYPE        \n");
+        image.Append("                                                            ANT # / TYPE        \n");
 
     if (present)
         PutPaddedLine(image, ext.m_szAntennaDeltaLine);
     else
-        PutFixedLine(image, "        0.0000        0.0000        0.0000                  ANTENNA: DELTA H/E/N\n");
+        image.Append("        0.0000        0.0000        0.0000                  ANTENNA: DELTA H/E/N\n");
 
     // The distance of the first two flushed epochs, in whole seconds, sets the
     // interval once; the rate detection may change it later, and each rewrite
@@ -279,13 +280,13 @@ void CWriteRinexObs::WriteObsHeader()
     image.Append(m_memoInterval.m_szText);
 
     if (m_bSeenL2 && m_bSeenL1P)
-        PutFixedLine(image, "G    7 L1C C1C D1C L2Y C2Y D2Y C1Y                          SYS / # / OBS TYPES \n");
+        image.Append("G    7 L1C C1C D1C L2Y C2Y D2Y C1Y                          SYS / # / OBS TYPES \n");
     else if (m_bSeenL2)
-        PutFixedLine(image, "G    6 L1C C1C D1C L2Y C2Y D2Y                              SYS / # / OBS TYPES \n");
+        image.Append("G    6 L1C C1C D1C L2Y C2Y D2Y                              SYS / # / OBS TYPES \n");
     else
-        PutFixedLine(image, "G    3 L1C C1C D1C                                          SYS / # / OBS TYPES \n");
-    PutFixedLine(image, "R    6 L1C C1C D1C L2C C2C D2C                              SYS / # / OBS TYPES \n");
-    PutFixedLine(image, "C    9 L2I C2I D2I L7I C7I D7I L6I C6I D6I                  SYS / # / OBS TYPES \n");
+        image.Append("G    3 L1C C1C D1C                                          SYS / # / OBS TYPES \n");
+    image.Append("R    6 L1C C1C D1C L2C C2C D2C                              SYS / # / OBS TYPES \n");
+    image.Append("C    9 L2I C2I D2I L7I C7I D7I L6I C6I D6I                  SYS / # / OBS TYPES \n");
 
     // First observation: an epoch whose seven-decimal seconds round to 60
     // moves into the next minute, as on its epoch line.
@@ -308,20 +309,17 @@ void CWriteRinexObs::WriteObsHeader()
                   calendar.m_iMonth, calendar.m_iDay, calendar.m_iHour, calendar.m_iMinute, calendar.m_dSeconds);
 
     if (!positionLine)
-        PutFixedLine(image, " NO VALID POSITION RECORD FOUND IN THE INPUT FILE           COMMENT             \n");
+        image.Append(" NO VALID POSITION RECORD FOUND IN THE INPUT FILE           COMMENT             \n");
 
     int k[kGlonassSlots];
+    double keys[kGlonassSlots];
     for (uint32_t slot = 0; slot < kGlonassSlots; ++slot)
+    {
         k[slot] = g_aGlonassChannel[slot] - 8;
+        keys[slot] = k[slot];
+    }
     static_assert(kGlonassSlots == 24, "the slot lines name 24 slots");
-    if (!MemoHolds(m_memoSlots, {static_cast<double>(k[0]), static_cast<double>(k[1]), static_cast<double>(k[2]),
-                                 static_cast<double>(k[3]), static_cast<double>(k[4]), static_cast<double>(k[5]),
-                                 static_cast<double>(k[6]), static_cast<double>(k[7]), static_cast<double>(k[8]),
-                                 static_cast<double>(k[9]), static_cast<double>(k[10]), static_cast<double>(k[11]),
-                                 static_cast<double>(k[12]), static_cast<double>(k[13]), static_cast<double>(k[14]),
-                                 static_cast<double>(k[15]), static_cast<double>(k[16]), static_cast<double>(k[17]),
-                                 static_cast<double>(k[18]), static_cast<double>(k[19]), static_cast<double>(k[20]),
-                                 static_cast<double>(k[21]), static_cast<double>(k[22]), static_cast<double>(k[23])}))
+    if (!MemoHolds(m_memoSlots, keys))
     {
         char* at = m_memoSlots.m_szText;
         at += FormatHeaderLine(
@@ -335,8 +333,8 @@ void CWriteRinexObs::WriteObsHeader()
                          k[16], k[17], k[18], k[19], k[20], k[21], k[22], k[23]);
     }
     image.Append(m_memoSlots.m_szText);
-    PutFixedLine(image, " C1C    0.000 C1P    0.000 C2C    0.000 C2P    0.000        GLONASS COD/PHS/BIS \n");
-    PutFixedLine(image, "                                                            END OF HEADER       \n");
+    image.Append(" C1C    0.000 C1P    0.000 C2C    0.000 C2P    0.000        GLONASS COD/PHS/BIS \n");
+    image.Append("                                                            END OF HEADER       \n");
 
     // The usual rewrite puts a header of the same length over the one in the
     // file with one positioned write; the stream stays behind the epochs.

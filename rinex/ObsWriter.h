@@ -47,7 +47,7 @@ constexpr uint32_t kEpochListSize = 47; // satellites of one epoch line, all sys
 // again.
 struct SHeaderLineMemo
 {
-    static constexpr uint32_t kMaxKeys = 24;
+    static constexpr uint32_t kMaxKeys = kGlonassSlots; // the slot lines have the most
     static constexpr uint32_t kMaxLines = 3;
     double m_adKey[kMaxKeys];
     uint32_t m_uKeys = 0; // 0: nothing kept
