@@ -52,7 +52,7 @@ void DecodeBin36Slot(SObsSlot& slot, const uint8_t* frame)
     if (prn == 0)
         return; // the measurements of the last occupant stay, unused
 
-    DecodeRecordState(slot, words, words.m_uWord0 & kSnrMask, kSnrScale12Bit, fresh);
+    DecodeRecordState(slot, words, words.m_uWord0 & kSnrMask, kSnrTable12Bit, fresh);
 
     // One signal per message: the code range is sent whole, across the
     // channel word and the record itself.

@@ -46,7 +46,7 @@ void DecodeBin66Slot(SObsSlot& slot, const uint8_t* frame)
     if (prn == 0)
         return; // the measurements of the last occupant stay, unused
 
-    DecodeRecordState(slot, words, words.m_uWord0 & kSnrMask, kSnrScale12Bit, fresh);
+    DecodeRecordState(slot, words, words.m_uWord0 & kSnrMask, kSnrTable12Bit, fresh);
 
     // The L1 code range is sent whole across the channel word and the L1
     // record; the L2 code range is its low 16 bits, placed on it.

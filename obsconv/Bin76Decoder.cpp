@@ -25,10 +25,10 @@ constexpr uint32_t kL1PSnrShift = 16;
 // L2 and L1 P are GPS signals; satellites numbered above this have none.
 constexpr uint32_t kHighestGpsPRN = 32;
 
-// Multiplied onto the raw 12-bit signal to noise value before the logarithm:
-// L1 C/A, and L2 or L1 P.
-constexpr double kSnrScaleL1 = kSnrScale12Bit;
+// Multiplied onto the raw 12-bit signal to noise value of L2 and L1 P before
+// the logarithm (L1 C/A takes the common 12-bit scale).
 constexpr double kSnrScaleL2L1P = 0.1164;
+const CSnrTable kSnrTableL2L1P(kSnrScaleL2L1P);
 // L2 cycles per metre (1227.6 MHz over the speed of light): with the L1
 // value, turns the code range into the phase estimate that the phase
 // fragment is placed on.
@@ -61,7 +61,7 @@ void DecodeBin76Slot(SObsSlot& slot, const uint8_t* frame)
     const uint32_t l1PWord = signal == kSignalGpsL1P ? ReadU32(frame, kL1PWordsOffset + kWordSize * n) : 0;
     const uint32_t rawSnr = signal == kSignalGpsL1P ? (l1PWord >> kL1PSnrShift) & kSnrMask : words.m_uWord0 & kSnrMask;
     // L1 C/A and L1 P read the same counter; each slot keeps its own memory.
-    DecodeRecordState(slot, words, rawSnr, signal == kSignalL1 ? kSnrScaleL1 : kSnrScaleL2L1P, fresh);
+    DecodeRecordState(slot, words, rawSnr, signal == kSignalL1 ? kSnrTable12Bit : kSnrTableL2L1P, fresh);
 
     // The L1 C/A code range is sent whole, 35 bits, across the channel word
     // and the L1 record; every other code range is its low 16 bits, placed

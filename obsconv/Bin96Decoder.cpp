@@ -33,6 +33,7 @@ constexpr int32_t kDopplerShift = 4;
 
 // Multiplied onto the raw 8-bit signal to noise value before the logarithm.
 constexpr double kSnrScale8Bit = 0.8192;
+const CSnrTable kSnrTable8Bit(kSnrScale8Bit);
 // The L1 cycles per metre over 4096: Doppler in 1/4096 m/s to Hz.
 constexpr double kL1DopplerScale = 0.0012829676436940242;
 } // namespace
@@ -54,7 +55,7 @@ void DecodeBin96Slot(SObsSlot& slot, const uint8_t* frame)
     if (prn == 0)
         return; // the measurements of the last occupant stay, unused
 
-    SetSnrFromRaw(slot, (word0 >> kSnrShift) & kSnrMask, kSnrScale8Bit);
+    SetSnrFromRaw(slot, (word0 >> kSnrShift) & kSnrMask, kSnrTable8Bit);
     TakeSlipCounter(slot, (word0 >> kSlipCounterShift) & kSlipCounterMask, fresh);
 
     const int32_t word1 = ReadI32(frame, record + kRecordWord1Offset);

@@ -1,7 +1,5 @@
 #include "obsconv/ObsSlots.h"
 
-#include <cmath>
-
 #include "obsconv/ObsConstants.h"
 
 // Plain run-wide arrays: zeroed before main begins, so every slot starts empty
@@ -39,9 +37,9 @@ void InitObsSlots()
             g_aSlotBds[band][n].m_uChannel = n;
 }
 
-void SetSnrFromRaw(SObsSlot& slot, uint32_t raw, double scale)
+void SetSnrFromRaw(SObsSlot& slot, uint32_t raw, const CSnrTable& table)
 {
-    slot.m_dSnr = raw != 0 ? 10.0 * std::log10(raw * scale) : 0.0;
+    slot.m_dSnr = table.Db(raw);
 }
 
 void TakeSlipCounter(SObsSlot& slot, uint32_t counter, bool fresh)

@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "navstate/BeidouCarriers.h"
+#include "obsconv/SnrTable.h"
 
 // One channel of one signal, kept between messages: it remembers which
 // satellite its channel held and the receiver's last slip counter, which is
@@ -43,8 +44,8 @@ extern SObsSlot g_aSlotBds[kBdsSlotBands][kBdsSlotsPerBand];
 // Sets channel index and signal code of every slot at the start of a conversion.
 void InitObsSlots();
 
-// Signal to noise in dB of the raw value times `scale`; 0.0 for a raw 0.
-void SetSnrFromRaw(SObsSlot& slot, uint32_t raw, double scale);
+// Signal to noise in dB of the raw value, by the table of its signal.
+void SetSnrFromRaw(SObsSlot& slot, uint32_t raw, const CSnrTable& table);
 
 // Takes the receiver's slip counter: the change since the previous message
 // modulo 256, 0 for a satellite `fresh` in the channel.

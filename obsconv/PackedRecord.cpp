@@ -6,6 +6,8 @@
 
 using namespace PackedObsRecord;
 
+const CSnrTable kSnrTable12Bit(kSnrScale12Bit);
+
 uint32_t SPackedRecord::Prn() const
 {
     return m_uChannelWord & kPrnMask;
@@ -17,9 +19,10 @@ SPackedRecord ReadPackedRecord(const uint8_t* frame, uint32_t channelWordOffset,
                          ReadU32(frame, recordOffset + kWord1Offset), ReadU32(frame, recordOffset + kWord2Offset)};
 }
 
-void DecodeRecordState(SObsSlot& slot, const SPackedRecord& record, uint32_t rawSnr, double snrScale, bool fresh)
+void DecodeRecordState(SObsSlot& slot, const SPackedRecord& record, uint32_t rawSnr, const CSnrTable& snrTable,
+                       bool fresh)
 {
-    SetSnrFromRaw(slot, rawSnr, snrScale);
+    SetSnrFromRaw(slot, rawSnr, snrTable);
     TakeSlipCounter(slot, (record.m_uWord0 >> kSlipCounterShift) & kSlipCounterMask, fresh);
     const uint32_t word1 = record.m_uWord1;
     slot.m_bGoodLock = (word1 & kGoodLockMask) != 0 ? 1 : 0;

@@ -23,9 +23,14 @@ struct SPackedRecord
 // The channel word at `channelWordOffset` and the record at `recordOffset` of the frame.
 SPackedRecord ReadPackedRecord(const uint8_t* frame, uint32_t channelWordOffset, uint32_t recordOffset);
 
+// The signal to noise of the packed messages' 12-bit raw values (all signals
+// but BIN76's L2 and L1 P).
+extern const CSnrTable kSnrTable12Bit;
+
 // Signal to noise, slip counter, good lock and Doppler of the record into the
-// slot; `snrScale` is the factor of the signal's raw value.
-void DecodeRecordState(SObsSlot& slot, const SPackedRecord& record, uint32_t rawSnr, double snrScale, bool fresh);
+// slot; `snrTable` is the table of the signal's raw value.
+void DecodeRecordState(SObsSlot& slot, const SPackedRecord& record, uint32_t rawSnr, const CSnrTable& snrTable,
+                       bool fresh);
 
 // The channel's whole code range in 1/256 m: bits 16 to 34 from the channel
 // word, the low 16 bits from word 2 of the L1 record.

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cmath>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
@@ -8,7 +9,7 @@
 #include "navstate/GlonassFrequencies.h"
 #include "platform/FileIo.h"
 #include "platform/Trace.h"
-#include "rinex/ObsValueField.h"
+#include "rinex/DecimalFields.h"
 #include "rinex/ObsWriter.h"
 
 // The epoch records of the observation file: the flush of the pending epoch,
@@ -75,7 +76,7 @@ void AppendValue(char* line, size_t size, size_t& length, double value, char lli
     constexpr uint32_t kLargestDigit = 9;
     // A value wider than its field, or no room, takes printf from the same place.
     if (strength > kLargestDigit || length + kFieldWidth + 2 >= size ||
-        FormatObsValue(value, line + length, size - length) != kFieldWidth)
+        FormatF14_3(value, line + length, size - length) != kFieldWidth)
     {
         AppendFormat(line, size, length, "%14.3f%c%1u", value, lli, strength);
         return;
@@ -148,15 +149,38 @@ void PutLine(std::FILE* file, const char* line)
 
 } // namespace
 
-double CWriteRinexObs::CalendarForPrint(const GpsTime& time, SCalendarTime& calendar, char (&text)[32],
-                                        double& exactSeconds)
+double CWriteRinexObs::CalendarForPrint(const GpsTime& time, SCalendarTime& calendar, double& remainder)
 {
     GpsTime inWeek = time; // the conversion brings its argument into the week
     GpsToCalendar(inWeek, calendar);
-    std::snprintf(text, sizeof(text), "%11.7f", calendar.m_dSeconds);
-    exactSeconds = calendar.m_dSeconds;
-    if (std::strcmp(text, kSixtySeconds) != 0)
-        return calendar.m_dSeconds;
+    const double exact = calendar.m_dSeconds;
+
+    // What the seven-decimal text reads as. A count of units below 2^53 over
+    // the exact 1e7 is the double nearest to the text's decimal value, as
+    // reading the text back gives it.
+    constexpr uint32_t kDecimals = 7;
+    constexpr double kUnitsPerSecond = 1e7;
+    constexpr uint64_t kSixtySecondsInUnits = 600000000;
+    uint64_t units = 0;
+    bool readsSixty = false;
+    double printed = 0.0;
+    if (RoundToDecimals(exact, kDecimals, units))
+    {
+        printed = static_cast<double>(units) / kUnitsPerSecond;
+        if (std::signbit(exact))
+            printed = -printed;
+        readsSixty = units == kSixtySecondsInUnits && !std::signbit(exact);
+    }
+    else
+    {
+        char text[32];
+        std::snprintf(text, sizeof(text), "%11.7f", exact);
+        std::sscanf(text, "%lf", &printed);
+        readsSixty = std::strcmp(text, kSixtySeconds) == 0;
+    }
+    remainder = exact - printed;
+    if (!readsSixty)
+        return exact;
     GpsPlusToCalendar(time, calendar, kMinuteCarryOffset);
     return 0.0;
 }
@@ -273,15 +297,17 @@ uint32_t CWriteRinexObs::WriteEpochLine(int32_t list[kEpochListSize])
     // the printing takes from the time is kept in m_dEpochRemainder and
     // given back to the measurements. The epoch line shows GPS time.
     SCalendarTime calendar{};
-    char secondsText[32];
-    const double seconds = CalendarForPrint(m_timeEpoch, calendar, secondsText, m_dEpochRemainder);
-    double printed = 0.0;
-    std::sscanf(secondsText, "%lf", &printed);
-    m_dEpochRemainder -= printed;
+    const double seconds = CalendarForPrint(m_timeEpoch, calendar, m_dEpochRemainder);
 
-    char line[64];
-    std::snprintf(line, sizeof(line), "> %4d%3d%3d%3d%3d%11.7f%3d%3d", calendar.m_iYear, calendar.m_iMonth,
-                  calendar.m_iDay, calendar.m_iHour, calendar.m_iMinute, seconds, 0, static_cast<int>(count));
+    // "> %4d%3d%3d%3d%3d%11.7f%3d%3d": the time, the epoch flag 0 and the count.
+    char line[64] = "> ";
+    size_t length = 2;
+    AppendIntField(line, sizeof(line), length, calendar.m_iYear, 4);
+    for (const int32_t field : {calendar.m_iMonth, calendar.m_iDay, calendar.m_iHour, calendar.m_iMinute})
+        AppendIntField(line, sizeof(line), length, field, 3);
+    AppendFixedField(line, sizeof(line), length, FormatF11_7, seconds);
+    AppendIntField(line, sizeof(line), length, 0, 3);
+    AppendIntField(line, sizeof(line), length, static_cast<int32_t>(count), 3);
     if (m_pFile != nullptr)
         PutLine(m_pFile, line);
 

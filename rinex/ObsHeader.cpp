@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cmath>
 #include <cstdarg>
 #include <cstdio>
@@ -7,6 +8,7 @@
 
 #include "gnsstime/GpsTime.h"
 #include "platform/FileIo.h"
+#include "rinex/DecimalFields.h"
 #include "rinex/ObsWriter.h"
 #include "rinex/ProgramLine.h"
 
@@ -31,10 +33,11 @@ char s_aMoveBuffer[4096];
 // value wider than its field) is cut to 80 characters and its line feed: the
 // epochs lie directly behind the header, and a longer line would overwrite
 // them at the next rewrite. A failed formatting leaves an empty line.
-size_t FormatHeaderLineV(char* dst, const char* format, std::va_list args)
+constexpr size_t kFormatBufferSize = 256;
+
+// Copies a formatted line of `length` characters from `line` to `dst`, cut as above.
+size_t PutCutLine(char* dst, char (&line)[kFormatBufferSize], int length)
 {
-    char line[256];
-    const int length = std::vsnprintf(line, sizeof(line), format, args);
     if (length < 0)
     {
         dst[0] = '\0';
@@ -50,6 +53,12 @@ size_t FormatHeaderLineV(char* dst, const char* format, std::va_list args)
     return n;
 }
 
+size_t FormatHeaderLineV(char* dst, const char* format, std::va_list args)
+{
+    char line[kFormatBufferSize];
+    return PutCutLine(dst, line, std::vsnprintf(line, sizeof(line), format, args));
+}
+
 __attribute__((format(printf, 2, 3))) size_t FormatHeaderLine(char* dst, const char* format, ...)
 {
     std::va_list args;
@@ -59,32 +68,27 @@ __attribute__((format(printf, 2, 3))) size_t FormatHeaderLine(char* dst, const c
     return n;
 }
 
-// The header as it is made, before it goes to the file in one piece.
-struct SHeaderImage
+// TIME OF FIRST OBS and TIME OF LAST OBS, "%6d%6d%6d%6d%6d%12.6f" and the
+// line's label, into `dst` as FormatHeaderLine puts it. The last one is made
+// at every epoch, so its fields are made without printf.
+size_t FormatObsTimeLine(char* dst, const SCalendarTime& calendar, double seconds, const char* label)
 {
-    static constexpr size_t kMaxLines = 40;
-    char m_aText[kMaxLines * kLineBytes];
-    size_t m_uLength = 0;
-
-    void Append(const char* text)
-    {
-        size_t n = std::strlen(text);
-        if (n > sizeof(m_aText) - m_uLength)
-            n = sizeof(m_aText) - m_uLength;
-        std::memcpy(m_aText + m_uLength, text, n);
-        m_uLength += n;
-    }
-};
-
-__attribute__((format(printf, 2, 3))) void PutHeaderLine(SHeaderImage& image, const char* format, ...)
-{
-    char line[kLineBytes + 1];
-    std::va_list args;
-    va_start(args, format);
-    FormatHeaderLineV(line, format, args);
-    va_end(args);
-    image.Append(line);
+    constexpr uint32_t kIntWidth = 6;
+    char line[kFormatBufferSize];
+    size_t length = 0;
+    line[0] = '\0';
+    for (const int32_t field :
+         {calendar.m_iYear, calendar.m_iMonth, calendar.m_iDay, calendar.m_iHour, calendar.m_iMinute})
+        AppendIntField(line, sizeof(line), length, field, kIntWidth);
+    AppendFixedField(line, sizeof(line), length, FormatF12_6, seconds);
+    const size_t labelLength = std::min(std::strlen(label), sizeof(line) - 1 - length);
+    std::memcpy(line + length, label, labelLength);
+    length += labelLength;
+    line[length] = '\0';
+    return PutCutLine(dst, line, static_cast<int>(length));
 }
+
+
 
 // "%-80s\n" as a header line: the text cut at 80 characters, padded with
 // blanks to 80, and the line feed.
@@ -134,6 +138,38 @@ bool AllBytesZero(const double (&values)[3])
 }
 
 } // namespace
+
+void SHeaderImage::Append(const char* text)
+{
+    size_t n = std::strlen(text);
+    if (n > sizeof(m_aText) - m_uLength)
+        n = sizeof(m_aText) - m_uLength;
+    std::memcpy(m_aText + m_uLength, text, n);
+    m_uLength += n;
+}
+
+void CWriteRinexObs::RewriteChangedBytes(const SHeaderImage& image)
+{
+    // Compared a line at a time: the changed bytes go out as whole lines.
+    const auto differs = [&](size_t line) {
+        const size_t at = line * kLineBytes;
+        const size_t n = std::min<size_t>(kLineBytes, image.m_uLength - at);
+        return std::memcmp(image.m_aText + at, m_imageInFile.m_aText + at, n) != 0;
+    };
+    const size_t lines = (image.m_uLength + kLineBytes - 1) / kLineBytes;
+    size_t firstLine = 0;
+    while (firstLine < lines && !differs(firstLine))
+        ++firstLine;
+    if (firstLine == lines)
+        return;
+    size_t lastLine = lines - 1;
+    while (!differs(lastLine))
+        --lastLine;
+    const size_t first = firstLine * kLineBytes;
+    const size_t end = std::min<size_t>((lastLine + 1) * kLineBytes, image.m_uLength);
+    WriteAtStreamPos(m_pFile, m_posHeader + static_cast<StreamPos>(first), image.m_aText + first, end - first);
+    std::memcpy(m_imageInFile.m_aText + first, image.m_aText + first, end - first);
+}
 
 // The header takes the mixed form (type M and a comment line naming the
 // systems) as soon as GLONASS or BeiDou B1 data have been added. Those flags
@@ -293,20 +329,19 @@ void CWriteRinexObs::WriteObsHeader()
     SCalendarTime calendar{};
     if (!MemoHolds(m_memoFirstObs, firstObs))
     {
-        char secondsText[32];
-        double exactSeconds = 0.0;
-        const double firstSeconds = CalendarForPrint(m_timeFirstObs, calendar, secondsText, exactSeconds);
-        FormatHeaderLine(m_memoFirstObs.m_szText, "%6d%6d%6d%6d%6d%12.6f      GPS         TIME OF FIRST OBS   \n",
-                         calendar.m_iYear, calendar.m_iMonth, calendar.m_iDay, calendar.m_iHour, calendar.m_iMinute,
-                         firstSeconds);
+        double remainder = 0.0;
+        const double firstSeconds = CalendarForPrint(m_timeFirstObs, calendar, remainder);
+        FormatObsTimeLine(m_memoFirstObs.m_szText, calendar, firstSeconds,
+                          "      GPS         TIME OF FIRST OBS   \n");
     }
     image.Append(m_memoFirstObs.m_szText);
 
     // Last observation: the half unit of the sixth decimal carries a time
     // such as 59.9999998 into the next minute by itself.
     GpsPlusToCalendar(m_timeEpoch, calendar, kLastObsOffset);
-    PutHeaderLine(image, "%6d%6d%6d%6d%6d%12.6f      GPS         TIME OF LAST OBS    \n", calendar.m_iYear,
-                  calendar.m_iMonth, calendar.m_iDay, calendar.m_iHour, calendar.m_iMinute, calendar.m_dSeconds);
+    char lastObs[kLineBytes + 1];
+    FormatObsTimeLine(lastObs, calendar, calendar.m_dSeconds, "      GPS         TIME OF LAST OBS    \n");
+    image.Append(lastObs);
 
     if (!positionLine)
         image.Append(" NO VALID POSITION RECORD FOUND IN THE INPUT FILE           COMMENT             \n");
@@ -336,12 +371,14 @@ void CWriteRinexObs::WriteObsHeader()
     image.Append(" C1C    0.000 C1P    0.000 C2C    0.000 C2P    0.000        GLONASS COD/PHS/BIS \n");
     image.Append("                                                            END OF HEADER       \n");
 
-    // The usual rewrite puts a header of the same length over the one in the
-    // file with one positioned write; the stream stays behind the epochs.
+    // The usual rewrite puts what changed in a header of the same length over
+    // the one in the file with one positioned write; the stream stays behind
+    // the epochs.
     const StreamPos length = static_cast<StreamPos>(image.m_uLength);
-    if (!firstWriting && !grows && !m_bMovingAtStart && length == m_posHeaderEnd - m_posHeader)
+    if (!firstWriting && !grows && !m_bMovingAtStart && length == m_posHeaderEnd - m_posHeader &&
+        image.m_uLength == m_imageInFile.m_uLength)
     {
-        WriteAtStreamPos(m_pFile, m_posHeader, image.m_aText, image.m_uLength);
+        RewriteChangedBytes(image);
         return;
     }
 
@@ -360,6 +397,7 @@ void CWriteRinexObs::WriteObsHeader()
     }
     std::fwrite(image.m_aText, 1, image.m_uLength, m_pFile);
     m_posHeaderEnd = GetStreamPos(m_pFile);
+    m_imageInFile = image;
 
     // On a rewrite the records land on themselves, byte for byte.
     if (m_bMovingAtStart)

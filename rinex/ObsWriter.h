@@ -54,6 +54,16 @@ struct SHeaderLineMemo
     char m_szText[kMaxLines * 81 + 1];
 };
 
+// The header as it is made, before it goes to the file in one piece.
+struct SHeaderImage
+{
+    static constexpr size_t kMaxLines = 40;
+    char m_aText[kMaxLines * 81];
+    size_t m_uLength = 0;
+
+    void Append(const char* text);
+};
+
 // The observation file: its stream, interval and position, the table of the
 // pending epoch, and the site event records inserted into the epoch stream.
 class CWriteRinexObs
@@ -126,12 +136,14 @@ private:
     // Moves everything behind the header up by one line when the header has
     // to take its mixed form after it was laid down in the GPS form.
     void GrowHeaderByOneLine(StreamPos& saved);
+    // Puts the bytes in which `image` differs from the header in the file over
+    // them; both have the same length.
+    void RewriteChangedBytes(const SHeaderImage& image);
     // Fills `calendar` for printing `time` with seven decimals and returns the
     // seconds to print: a time whose text would read 60 carries into the next
-    // minute and prints 0. `text` keeps the seven-decimal text first made,
-    // `exactSeconds` the seconds of the minute before any carry.
-    static double CalendarForPrint(const GpsTime& time, SCalendarTime& calendar, char (&text)[32],
-                                   double& exactSeconds);
+    // minute and prints 0. `remainder` takes the seconds of the minute before
+    // any carry less what their seven-decimal text reads as.
+    static double CalendarForPrint(const GpsTime& time, SCalendarTime& calendar, double& remainder);
 
     StreamPos m_posHeaderEnd; // first byte behind END OF HEADER
     uint8_t m_bHeaderMixed;   // the header in the file has the mixed form
@@ -141,6 +153,9 @@ private:
     SHeaderLineMemo m_memoInterval;
     SHeaderLineMemo m_memoFirstObs;
     SHeaderLineMemo m_memoSlots;
+    // The header as it stands in the file: a rewrite of the same length only
+    // puts the bytes that changed, as a rule those of TIME OF LAST OBS.
+    SHeaderImage m_imageInFile;
 };
 
 // The run's one observation writer.

@@ -1,0 +1,283 @@
+#include "rinex/DecimalFields.h"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+
+namespace
+{
+// Magnitudes from here on take printf: their whole part can run past the
+// fields' widths, and their products past the exact arithmetic below.
+constexpr double kFastLimit = 1e9;
+constexpr uint32_t kMaxDecimals = 9;
+constexpr uint64_t kPowersOfTen[kMaxDecimals + 1] = {1,      10,      100,      1000,      10000,
+                                                      100000, 1000000, 10000000, 100000000, 1000000000};
+// The IEEE 754 double: 52 stored mantissa bits below an exponent biased by 1023.
+constexpr int kStoredMantissaBits = 52;
+constexpr int kExponentBias = 1023;
+
+// Text is made right-aligned in a buffer of this size, which holds the
+// widest fast field (a sign, ten whole digits, the point, nine decimals).
+constexpr size_t kTextSize = 24;
+// The fast path wants this much room at the destination.
+constexpr size_t kMinFastDestination = 32;
+
+// "00" to "99".
+constexpr char kDigitPairs[] = "00010203040506070809101112131415161718192021222324252627282930313233343536373839"
+                               "40414243444546474849505152535455565758596061626364656667686970717273747576777879"
+                               "8081828384858687888990919293949596979899";
+
+__extension__ typedef unsigned __int128 Uint128; // the exact product of a mantissa and a power of ten
+
+// Puts the digits of `whole` (at least one) in front of `at` and returns the new front.
+char* PutWholeDigits(char* at, uint32_t whole)
+{
+    while (whole >= 100)
+    {
+        at -= 2;
+        std::memcpy(at, kDigitPairs + 2 * (whole % 100), 2);
+        whole /= 100;
+    }
+    if (whole >= 10)
+    {
+        at -= 2;
+        std::memcpy(at, kDigitPairs + 2 * whole, 2);
+    }
+    else
+    {
+        *--at = static_cast<char>('0' + whole);
+    }
+    return at;
+}
+
+// Copies the text [at, end) to `dst` right-aligned in `width` columns with
+// blanks in front, as printf pads, and terminates it. `text` is the buffer
+// the text ends in, blank in front of `at`.
+size_t PutPadded(const char (&text)[kTextSize], const char* at, uint32_t width, char* dst)
+{
+    const size_t length = static_cast<size_t>(text + kTextSize - at);
+    if (length <= width)
+    {
+        std::memcpy(dst, text + kTextSize - width, width);
+        dst[width] = '\0';
+        return width;
+    }
+    std::memcpy(dst, at, length);
+    dst[length] = '\0';
+    return length;
+}
+
+// RoundToDecimals for the power of ten `power`, computed in `Wide`, which
+// must hold the product of a 53-bit mantissa and the power.
+template <typename Wide>
+bool RoundOnPower(double value, uint64_t power, uint64_t& units)
+{
+    const double magnitude = std::fabs(value);
+    if (!(magnitude < kFastLimit))
+        return false;
+
+    // magnitude = mantissa / 2^shift exactly, and so is the product with the
+    // power of ten. It is rounded to a whole number of units, a half to the
+    // even neighbour, as printf does.
+    uint64_t bits = 0;
+    std::memcpy(&bits, &magnitude, sizeof(bits));
+    const int biased = static_cast<int>(bits >> kStoredMantissaBits);
+    uint64_t mantissa = bits & ((uint64_t{1} << kStoredMantissaBits) - 1);
+    if (biased != 0)
+        mantissa |= uint64_t{1} << kStoredMantissaBits; // the hidden bit of a normal number
+    // A subnormal number has the exponent of the smallest normal one.
+    const int shift = kExponentBias + kStoredMantissaBits - (biased != 0 ? biased : 1); // at least 23 below the limit
+    const Wide product = static_cast<Wide>(mantissa) * power;
+    constexpr int kProductBits = 8 * sizeof(Wide);
+    if (shift >= kProductBits)
+    {
+        units = 0; // the product is below half a unit
+        return true;
+    }
+    units = static_cast<uint64_t>(product >> shift);
+    const Wide rest = product & ((Wide{1} << shift) - 1);
+    const Wide half = Wide{1} << (shift - 1);
+    if (rest > half || (rest == half && (units & 1) != 0))
+        ++units;
+    return true;
+}
+
+// The eight decimal digits of `v` (below 10^8) as byte values 0 to 9, the
+// first digit in the lowest byte: each step splits every lane into its upper
+// and lower half by a multiplication with a scaled reciprocal.
+uint64_t EightDigits(uint32_t v)
+{
+    constexpr uint64_t kTenThousand = 10000;
+    constexpr uint64_t kHundredth = 10486;         // 2^20 / 100, rounded up: exact below 10^4
+    constexpr uint64_t kTenth = 103;               // 2^10 / 10, rounded up: exact below 10^2
+    constexpr uint64_t kHundredsMask = 0x0000007F0000007F;
+    constexpr uint64_t kTensMask = 0x000F000F000F000F;
+    const uint64_t fours = v / kTenThousand | (v % kTenThousand) << 32; // two lanes of four digits
+    const uint64_t hundreds = (fours * kHundredth) >> 20 & kHundredsMask;
+    const uint64_t twos = hundreds | (fours - hundreds * 100) << 16; // four lanes of two digits
+    const uint64_t tens = (twos * kTenth) >> 10 & kTensMask;
+    return tens | (twos - tens * 10) << 8;
+}
+
+// The four decimal digits of `v` (below 10^4) in the same form, in the low
+// four bytes.
+uint64_t FourDigits(uint32_t v)
+{
+    constexpr uint64_t kTenth = 103; // 2^10 / 10, rounded up: exact below 10^2
+    constexpr uint64_t kTensMask = 0x000F000F;
+    const uint64_t twos = v / 100 | (v % 100) << 16; // two lanes of two digits
+    const uint64_t tens = (twos * kTenth) >> 10 & kTensMask;
+    return tens | (twos - tens * 10) << 8;
+}
+
+// Turns the low `count` digit bytes of `ascii` (below 8) into blanks.
+uint64_t BlankLowBytes(uint64_t ascii, uint32_t count)
+{
+    constexpr uint64_t kBlanks = 0x2020202020202020;
+    const uint64_t mask = (uint64_t{1} << (8 * count)) - 1;
+    return (ascii & ~mask) | (kBlanks & mask);
+}
+
+// "%14.3f" of a value whose magnitude rounds to `thousandths`, below a
+// billion whole units: the field is always 14 characters, and `dst` holds
+// at least 16 bytes. The twelve digits are made at once, four and eight,
+// and the whole part's leading zeros turned to blanks.
+size_t PutF14_3(uint64_t thousandths, bool negative, char* dst)
+{
+    constexpr uint64_t kAsciiZeros = 0x3030303030303030;
+    constexpr uint32_t kHundredMillion = 100000000;
+    constexpr uint64_t kFiveBytes = 0xFFFFFFFFFF;
+    constexpr uint64_t kBlankThenFourBlanks = 0x2020202020;
+    constexpr uint32_t kHighDigits = 4; // whole digits in the high part
+    const uint32_t high = static_cast<uint32_t>(thousandths / kHundredMillion);
+    const uint32_t low = static_cast<uint32_t>(thousandths % kHundredMillion);
+    const uint64_t highDigits = FourDigits(high);
+    const uint64_t lowDigits = EightDigits(low); // five whole digits, three decimals
+
+    // Blanks for the leading zeros of the nine whole digits; the last stays.
+    uint32_t zeros = 0;
+    uint64_t head = 0; // column 0 blank, columns 1 to 4 the high digits
+    uint64_t tail = lowDigits | kAsciiZeros;
+    if (high != 0)
+    {
+        zeros = static_cast<uint32_t>(std::countr_zero(highDigits)) / 8;
+        head = ' ' | BlankLowBytes(highDigits | kAsciiZeros, zeros) << 8;
+    }
+    else
+    {
+        const uint64_t wholeLow = lowDigits & kFiveBytes;
+        const uint32_t lowZeros = wholeLow == 0 ? kHighDigits : static_cast<uint32_t>(std::countr_zero(wholeLow)) / 8;
+        zeros = kHighDigits + lowZeros;
+        head = kBlankThenFourBlanks;
+        tail = BlankLowBytes(tail, lowZeros);
+    }
+    // Columns: 0 blank, 1 to 9 the whole digits, 10 the point, 11 to 13 the
+    // decimals, 14 the terminator (the zero byte above the decimals).
+    const uint32_t decimals = static_cast<uint32_t>(tail >> 40);
+    std::memcpy(dst, &head, sizeof(head));
+    std::memcpy(dst + 5, &tail, sizeof(tail));
+    dst[10] = '.';
+    std::memcpy(dst + 11, &decimals, sizeof(decimals));
+    if (negative)
+        dst[zeros] = '-';
+    constexpr size_t kWidth = 14;
+    return kWidth;
+}
+
+template <uint32_t Width, uint32_t Decimals>
+size_t FormatFixed(double value, char* dst, size_t size, const char* format)
+{
+    static_assert(Width < kTextSize && Decimals <= kMaxDecimals);
+    uint64_t units = 0;
+    if (size < kMinFastDestination || !RoundOnPower<Uint128>(value, kPowersOfTen[Decimals], units))
+        return static_cast<size_t>(std::snprintf(dst, size, format, value));
+
+    char text[kTextSize];
+    std::memset(text, ' ', sizeof(text));
+    char* at = text + kTextSize;
+    // Below the limit the whole part fits 32 bits, the decimals too.
+    uint32_t decimals = static_cast<uint32_t>(units % kPowersOfTen[Decimals]);
+    const uint32_t whole = static_cast<uint32_t>(units / kPowersOfTen[Decimals]);
+    for (uint32_t i = 0; i + 1 < Decimals; i += 2)
+    {
+        at -= 2;
+        std::memcpy(at, kDigitPairs + 2 * (decimals % 100), 2);
+        decimals /= 100;
+    }
+    if constexpr (Decimals % 2 != 0)
+        *--at = static_cast<char>('0' + decimals);
+    if constexpr (Decimals > 0)
+        *--at = '.';
+    at = PutWholeDigits(at, whole);
+    if (std::signbit(value))
+        *--at = '-';
+    return PutPadded(text, at, Width, dst);
+}
+} // namespace
+
+bool RoundToDecimals(double value, uint32_t decimals, uint64_t& units)
+{
+    return decimals <= kMaxDecimals && RoundOnPower<Uint128>(value, kPowersOfTen[decimals], units);
+}
+
+size_t FormatF14_3(double value, char* dst, size_t size)
+{
+    constexpr double kThousand = 1000;
+    constexpr double kBillionThousandths = 1e12;
+    // The product in doubles lies within 2^-14 of the exact one below 2^40,
+    // so it rounds the same unless its fraction is near one half; there the
+    // exact rounding decides.
+    constexpr double kNearHalf = 1.0 / 4096;
+    const double scaled = std::fabs(value) * kThousand;
+    if (size >= kMinFastDestination && scaled < kBillionThousandths)
+    {
+        uint64_t thousandths = static_cast<uint64_t>(static_cast<int64_t>(scaled));
+        const double fraction = scaled - static_cast<double>(thousandths); // exact
+        if (fraction > 0.5 + kNearHalf)
+            ++thousandths;
+        else if (fraction >= 0.5 - kNearHalf)
+            RoundOnPower<uint64_t>(value, static_cast<uint64_t>(kThousand), thousandths);
+        if (thousandths < static_cast<uint64_t>(kBillionThousandths))
+            return PutF14_3(thousandths, std::signbit(value), dst);
+    }
+    return FormatFixed<14, 3>(value, dst, size, "%14.3f");
+}
+
+size_t FormatF11_7(double value, char* dst, size_t size)
+{
+    return FormatFixed<11, 7>(value, dst, size, "%11.7f");
+}
+
+size_t FormatF12_6(double value, char* dst, size_t size)
+{
+    return FormatFixed<12, 6>(value, dst, size, "%12.6f");
+}
+
+size_t FormatIntField(int32_t value, uint32_t width, char* dst, size_t size)
+{
+    constexpr uint32_t kMaxWidth = 16;
+    if (size < kMinFastDestination || width > kMaxWidth)
+        return static_cast<size_t>(std::snprintf(dst, size, "%*d", static_cast<int>(width), value));
+    char text[kTextSize];
+    std::memset(text, ' ', sizeof(text));
+    // The magnitude in unsigned arithmetic holds the most negative value too.
+    const uint32_t magnitude = value < 0 ? 0u - static_cast<uint32_t>(value) : static_cast<uint32_t>(value);
+    char* at = PutWholeDigits(text + kTextSize, magnitude);
+    if (value < 0)
+        *--at = '-';
+    return PutPadded(text, at, width, dst);
+}
+
+void AppendFixedField(char* line, size_t size, size_t& length, FixedFieldFormat format, double value)
+{
+    if (length + 1 < size)
+        length = std::min(length + format(value, line + length, size - length), size - 1);
+}
+
+void AppendIntField(char* line, size_t size, size_t& length, int32_t value, uint32_t width)
+{
+    if (length + 1 < size)
+        length = std::min(length + FormatIntField(value, width, line + length, size - length), size - 1);
+}
