@@ -1,6 +1,7 @@
 #include "obsconv/FixedPoint.h"
 
 #include <cmath>
+#include <cstring>
 #include <limits>
 
 namespace
@@ -38,12 +39,16 @@ double ScaleDown(double x, uint32_t fractionBits)
 
 double DoubleFromFixed(uint64_t value, uint32_t fractionBits, bool negative)
 {
-    if (value == 0)
-        return 0.0;
     // Scaling by a power of two is exact; only the integer's own conversion
-    // can round, and that not below 2^53.
+    // can round, and that not below 2^53. The sign goes on as a bit, not by a
+    // branch (Doppler signs change at random), and never onto a zero.
     const double magnitude = ScaleDown(static_cast<double>(value), fractionBits);
-    return negative ? -magnitude : magnitude;
+    uint64_t bits = 0;
+    std::memcpy(&bits, &magnitude, sizeof(bits));
+    bits |= static_cast<uint64_t>(negative && value != 0) << 63;
+    double result = 0.0;
+    std::memcpy(&result, &bits, sizeof(result));
+    return result;
 }
 
 uint64_t FixedFromDouble(double x, uint32_t fractionBits)
@@ -53,12 +58,13 @@ uint64_t FixedFromDouble(double x, uint32_t fractionBits)
         return 0;
     // Half up from the integer part, whose difference to the value is exact:
     // adding 0.5 first would round wrongly just below one half and above 2^52.
-    double whole = std::floor(scaled);
-    if (scaled - whole >= 0.5)
-        whole += 1.0;
+    // The step up is added as a number, not taken as a branch: its direction
+    // is as good as random from one observation to the next.
+    // From 2^52 on every double is whole, so the step never reaches 2^64.
+    const double whole = std::floor(scaled);
     if (whole >= kTwoTo64)
         return std::numeric_limits<uint64_t>::max();
-    return static_cast<uint64_t>(whole);
+    return static_cast<uint64_t>(whole) + (scaled - whole >= 0.5 ? 1 : 0);
 }
 
 uint64_t MergeLowBits(uint64_t value, uint64_t bits, uint32_t width)
@@ -70,18 +76,10 @@ uint64_t MergeLowBits(uint64_t value, uint64_t bits, uint32_t width)
     const uint64_t full = uint64_t{1} << width;
     const uint64_t half = full >> 1;
     const uint64_t mask = full - 1;
-    const uint64_t oldLow = value & mask;
-    const uint64_t newLow = bits & mask;
-    uint64_t merged = (value & ~mask) | newLow;
-    // Unsigned arithmetic: a carry out of or a borrow below the 64 bits wraps.
-    if (oldLow >= half)
-    {
-        if (newLow <= oldLow - half)
-            merged += full;
-    }
-    else if (newLow > oldLow + half)
-    {
-        merged -= full;
-    }
-    return merged;
+    // The step from the old low bits up to the new ones, modulo 2^width; a
+    // step above half the modulus is a step down. Unsigned arithmetic: a
+    // carry out of or a borrow below the 64 bits wraps. Worked out without
+    // branches, as the steps' directions are as good as random.
+    const uint64_t step = (bits - value) & mask;
+    return value + step - (step > half ? full : 0);
 }

@@ -222,6 +222,13 @@ bool RoundToDecimals(double value, uint32_t decimals, uint64_t& units)
     return decimals <= kMaxDecimals && RoundOnPower<Uint128>(value, kPowersOfTen[decimals], units);
 }
 
+// The values the fast path of "%14.3f" doesn't take, kept out of line so
+// that the fast path needs no stack frame.
+[[gnu::noinline, gnu::cold]] size_t FormatF14_3Wide(double value, char* dst, size_t size)
+{
+    return FormatFixed<14, 3>(value, dst, size, "%14.3f");
+}
+
 size_t FormatF14_3(double value, char* dst, size_t size)
 {
     constexpr double kThousand = 1000;
@@ -231,18 +238,17 @@ size_t FormatF14_3(double value, char* dst, size_t size)
     // exact rounding decides.
     constexpr double kNearHalf = 1.0 / 4096;
     const double scaled = std::fabs(value) * kThousand;
-    if (size >= kMinFastDestination && scaled < kBillionThousandths)
-    {
-        uint64_t thousandths = static_cast<uint64_t>(static_cast<int64_t>(scaled));
-        const double fraction = scaled - static_cast<double>(thousandths); // exact
-        if (fraction > 0.5 + kNearHalf)
-            ++thousandths;
-        else if (fraction >= 0.5 - kNearHalf)
-            RoundOnPower<uint64_t>(value, static_cast<uint64_t>(kThousand), thousandths);
-        if (thousandths < static_cast<uint64_t>(kBillionThousandths))
-            return PutF14_3(thousandths, std::signbit(value), dst);
-    }
-    return FormatFixed<14, 3>(value, dst, size, "%14.3f");
+    if (!(scaled < kBillionThousandths) || size < kMinFastDestination)
+        return FormatF14_3Wide(value, dst, size);
+    // The step up is added as a number: its direction is as good as random.
+    uint64_t thousandths = static_cast<uint64_t>(static_cast<int64_t>(scaled));
+    const double fraction = scaled - static_cast<double>(thousandths); // exact
+    thousandths += fraction > 0.5 ? 1 : 0;
+    if (std::fabs(fraction - 0.5) <= kNearHalf)
+        RoundOnPower<uint64_t>(value, static_cast<uint64_t>(kThousand), thousandths);
+    if (thousandths >= static_cast<uint64_t>(kBillionThousandths))
+        return FormatF14_3Wide(value, dst, size);
+    return PutF14_3(thousandths, std::signbit(value), dst);
 }
 
 size_t FormatF11_7(double value, char* dst, size_t size)

@@ -147,6 +147,43 @@ void PutLine(std::FILE* file, const char* line)
     std::fputc('\n', file);
 }
 
+// The satellite lines of one epoch, gathered so that they go to the stream
+// in one piece when the block leaves its scope. Each line is made in a
+// window of kSatLineSize bytes behind the lines kept so far.
+class CSatLineBlock
+{
+public:
+    explicit CSatLineBlock(std::FILE* file) : m_pFile(file) {}
+    CSatLineBlock(const CSatLineBlock&) = delete;
+    CSatLineBlock& operator=(const CSatLineBlock&) = delete;
+    ~CSatLineBlock() { Put(); }
+
+    // The window of the next line.
+    char* NextLine()
+    {
+        if (m_uUsed + kSatLineSize > sizeof(m_aText))
+            Put(); // more lines than an epoch lists: never with a sound list
+        return m_aText + m_uUsed;
+    }
+    // Keeps the line of `length` characters made in the window, with its line feed.
+    void Keep(size_t length)
+    {
+        m_aText[m_uUsed + length] = '\n';
+        m_uUsed += length + 1;
+    }
+
+private:
+    void Put()
+    {
+        std::fwrite(m_aText, 1, m_uUsed, m_pFile);
+        m_uUsed = 0;
+    }
+
+    std::FILE* m_pFile;
+    size_t m_uUsed = 0;
+    char m_aText[kEpochListSize * kSatLineSize];
+};
+
 } // namespace
 
 double CWriteRinexObs::CalendarForPrint(const GpsTime& time, SCalendarTime& calendar, double& remainder)
@@ -323,8 +360,8 @@ void CWriteRinexObs::WriteSatelliteLines(const int32_t list[kEpochListSize], uin
 
     const double r = m_dEpochRemainder;
     const double rangeShift = r * kSpeedOfLight;
-    char line[kSatLineSize];
-    size_t length = 0;
+    CSatLineBlock block(m_pFile);
+    constexpr size_t size = kSatLineSize;
     uint32_t next = 0; // list element to write next
 
     // GPS: the list holds the rows' numbers in ascending row order.
@@ -337,30 +374,31 @@ void CWriteRinexObs::WriteSatelliteLines(const int32_t list[kEpochListSize], uin
         if (l1.m_uPRN != number)
             continue;
 
-        length = 0;
-        AppendSatellite(line, sizeof(line), length, 'G', number);
-        AppendValue(line, sizeof(line), length, r * kGpsL1Hz + l1.m_dPhase, LliOf(l1), l1.m_uStrength);
-        AppendValue(line, sizeof(line), length, rangeShift + l1.m_dPseudorange, ' ', l1.m_uStrength);
-        AppendValue(line, sizeof(line), length, l1.m_dDoppler, ' ', l1.m_uStrength);
+        char* line = block.NextLine();
+        size_t length = 0;
+        AppendSatellite(line, size, length, 'G', number);
+        AppendValue(line, size, length, r * kGpsL1Hz + l1.m_dPhase, LliOf(l1), l1.m_uStrength);
+        AppendValue(line, size, length, rangeShift + l1.m_dPseudorange, ' ', l1.m_uStrength);
+        AppendValue(line, size, length, l1.m_dDoppler, ' ', l1.m_uStrength);
         l1.m_uRepeatLli = 0;
 
         if (m_bSeenL2)
         {
             SObsEntry& l2 = m_aGpsL2[row];
-            AppendSignal(line, sizeof(line), length, l2, IsListed(l2), rangeShift, r * kGpsL2Hz);
+            AppendSignal(line, size, length, l2, IsListed(l2), rangeShift, r * kGpsL2Hz);
         }
         if (m_bSeenL1P)
         {
             const SObsEntry& p = m_aGpsL1P[row];
             if (IsListed(p))
-                AppendValue(line, sizeof(line), length, rangeShift + p.m_dPseudorange, ' ', p.m_uStrength);
+                AppendValue(line, size, length, rangeShift + p.m_dPseudorange, ' ', p.m_uStrength);
             else
             {
-                AppendValue(line, sizeof(line), length, 0.0, ' ', 0u);
+                AppendValue(line, size, length, 0.0, ' ', 0u);
                 TraceMsg("BLANK GPS L1P\n");
             }
         }
-        PutLine(m_pFile, line);
+        block.Keep(length);
         ++next;
     }
     if (next >= count)
@@ -377,13 +415,14 @@ void CWriteRinexObs::WriteSatelliteLines(const int32_t list[kEpochListSize], uin
             if (l1.m_uPRN != number)
                 continue;
 
-            length = 0;
+            char* line = block.NextLine();
+            size_t length = 0;
             const double l1Wavelength = g_aGlonassWavelength[number - 1][0];
-            AppendSatellite(line, sizeof(line), length, 'R', number);
-            AppendValue(line, sizeof(line), length, rangeShift / l1Wavelength + l1.m_dPhase, LliOf(l1),
+            AppendSatellite(line, size, length, 'R', number);
+            AppendValue(line, size, length, rangeShift / l1Wavelength + l1.m_dPhase, LliOf(l1),
                         l1.m_uStrength);
-            AppendValue(line, sizeof(line), length, rangeShift + l1.m_dPseudorange, ' ', l1.m_uStrength);
-            AppendValue(line, sizeof(line), length, l1.m_dDoppler, ' ', l1.m_uStrength);
+            AppendValue(line, size, length, rangeShift + l1.m_dPseudorange, ' ', l1.m_uStrength);
+            AppendValue(line, size, length, l1.m_dDoppler, ' ', l1.m_uStrength);
             l1.m_uRepeatLli = 0;
 
             if (m_bSeenL2)
@@ -393,9 +432,9 @@ void CWriteRinexObs::WriteSatelliteLines(const int32_t list[kEpochListSize], uin
                 SObsEntry& l2 = m_aGloL2[row];
                 const bool hasValue = IsListed(l2) && IsGlonassSlot(l2.m_uPRN);
                 const double phaseShift = hasValue ? rangeShift / g_aGlonassWavelength[l2.m_uPRN - 1][1] : 0.0;
-                AppendSignal(line, sizeof(line), length, l2, hasValue, rangeShift, phaseShift);
+                AppendSignal(line, size, length, l2, hasValue, rangeShift, phaseShift);
             }
-            PutLine(m_pFile, line);
+            block.Keep(length);
             ++next;
         }
     }
@@ -410,10 +449,11 @@ void CWriteRinexObs::WriteSatelliteLines(const int32_t list[kEpochListSize], uin
         for (uint32_t band = 0; band < kBdsBands && !match; ++band)
             match = m_abSeenBeidou[band] && m_aBds[band][row].m_uPRN == number;
 
-        length = 0;
+        char* line = block.NextLine();
+        size_t length = 0;
         if (match)
         {
-            AppendSatellite(line, sizeof(line), length, 'C', number);
+            AppendSatellite(line, size, length, 'C', number);
         }
         bool holdsValue = false;
         for (uint32_t band = 0; band < kBdsBands; ++band)
@@ -422,13 +462,13 @@ void CWriteRinexObs::WriteSatelliteLines(const int32_t list[kEpochListSize], uin
                 continue;
             SObsEntry& entry = m_aBds[band][row];
             const bool hasValue = match && IsListed(entry);
-            AppendSignal(line, sizeof(line), length, entry, hasValue, rangeShift,
+            AppendSignal(line, size, length, entry, hasValue, rangeShift,
                          rangeShift / kBeidouBandWavelength[band]);
             holdsValue = holdsValue || hasValue;
         }
         if (holdsValue)
         {
-            PutLine(m_pFile, line);
+            block.Keep(length);
             ++next;
         }
     }

@@ -139,15 +139,6 @@ bool AllBytesZero(const double (&values)[3])
 
 } // namespace
 
-void SHeaderImage::Append(const char* text)
-{
-    size_t n = std::strlen(text);
-    if (n > sizeof(m_aText) - m_uLength)
-        n = sizeof(m_aText) - m_uLength;
-    std::memcpy(m_aText + m_uLength, text, n);
-    m_uLength += n;
-}
-
 void CWriteRinexObs::RewriteChangedBytes(const SHeaderImage& image)
 {
     // Compared a line at a time: the changed bytes go out as whole lines.

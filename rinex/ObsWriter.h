@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 
 #include "gnsstime/GpsTime.h"
 #include "navstate/BeidouCarriers.h"
@@ -61,7 +62,21 @@ struct SHeaderImage
     char m_aText[kMaxLines * 81];
     size_t m_uLength = 0;
 
-    void Append(const char* text);
+    // Appends `text`, cut at the image's end. Inline, so that a fixed line's
+    // length is known where it is appended and the copy is a few moves.
+    void Append(const char* text)
+    {
+        const size_t n = std::strlen(text);
+        const size_t room = sizeof(m_aText) - m_uLength;
+        if (n <= room)
+        {
+            std::memcpy(m_aText + m_uLength, text, n);
+            m_uLength += n;
+            return;
+        }
+        std::memcpy(m_aText + m_uLength, text, room);
+        m_uLength += room;
+    }
 };
 
 // The observation file: its stream, interval and position, the table of the
