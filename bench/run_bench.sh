@@ -125,7 +125,8 @@ awk -v log_bytes="$LOG_BYTES" -v out_bytes="$OUT_BYTES" -v conv="$CONV" -v rss="
     printf "peak memory    %.1f MiB (%d KiB)   target below 16 MiB: %s\n", rss / 1024, rss, rss < 16384 ? "met" : "MISSED"
     printf "I/O floor      %.3f s (read %.3f s, write %.3f s)\n", floor, rd, wr
     printf "ratio          %.2f x floor   target at most 4: %s\n", ratio, ratio <= 4 ? "met" : "MISSED"
-    printf "piped floor    %.3f s, ratio %.2f (the outputs written from user space)\n", piped, conv / piped
+    printf "piped floor    %.3f s, ratio %.2f (the outputs written from user space)   target at most 4: %s\n", piped,
+        conv / piped, conv / piped <= 4 ? "met" : "MISSED"
 }'
 
 if [[ $CALLGRIND == 1 ]]; then
