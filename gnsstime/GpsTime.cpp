@@ -63,7 +63,14 @@ void BringIntoWeek(GpsTime& time)
     }
 }
 
-// Year, month and day of the day `dayCount` after 6 January 1980.
+// Quotient of a by b > 0, rounded toward minus infinity.
+int64_t FloorDiv(int64_t a, int64_t b)
+{
+    return (a >= 0 ? a : a - (b - 1)) / b;
+}
+
+// Year, month and day of the day `dayCount` after 6 January 1980, which is
+// negative for days before it.
 //
 // This is the full Gregorian calendar, counted in 64 bits. A count of seconds
 // since the epoch in 32 signed bits runs out during week 3550 (January 2048),
@@ -75,8 +82,8 @@ void DateFromDayCount(int64_t dayCount, SCalendarTime& calendar)
 {
     // Counting from 1 March puts the leap day at the end of the counted year,
     // so that the length of every month but the last is fixed.
-    const int64_t days = dayCount + kDaysFromMarchYear0ToGpsEpoch; // never negative
-    const int64_t era = days / 146097;                             // 400-year cycles
+    const int64_t days = dayCount + kDaysFromMarchYear0ToGpsEpoch;
+    const int64_t era = FloorDiv(days, 146097);                    // 400-year cycles
     const int64_t dayOfEra = days - era * 146097;                  // 0 to 146096
     const int64_t yearOfEra =
         (dayOfEra - dayOfEra / 1460 + dayOfEra / 36524 - dayOfEra / 146096) / 365; // 0 to 399
@@ -112,8 +119,13 @@ void GpsToCalendar(GpsTime& time, SCalendarTime& calendar)
     const int64_t secondOfWeek = static_cast<int64_t>(wholeSeconds);
     const double fraction = time.m_dSeconds - wholeSeconds;
 
-    const int64_t sinceEpoch = static_cast<int64_t>(time.m_uWeek) * kWeekSeconds + secondOfWeek;
-    const int64_t dayCount = sinceEpoch / kDaySeconds;
+    // The week counter runs modulo 2^32, so a time a little before the epoch
+    // (only a damaged message gives one) stands at the top of its range. Read
+    // as a signed count it is dated before 1980, in four-digit years like
+    // every other, instead of 82 million years ahead.
+    const int64_t week = static_cast<int32_t>(time.m_uWeek);
+    const int64_t sinceEpoch = week * kWeekSeconds + secondOfWeek;
+    const int64_t dayCount = FloorDiv(sinceEpoch, kDaySeconds);
     const int64_t secondOfDay = sinceEpoch - dayCount * kDaySeconds;
 
     DateFromDayCount(dayCount, calendar);

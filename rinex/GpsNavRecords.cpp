@@ -235,7 +235,9 @@ void CWriteRinexNav::WriteIonoUtc()
     GetLogTime(now);
     const int32_t leapSeconds = now.m_uWeek != 0 ? TruncateToInt32(GpsUtcOffset(now) + 0.5) : utc.m_iDtLs;
     g_iGpsLeapSeconds = leapSeconds;
-    g_iBeidouLeapSeconds = leapSeconds - kBeidouBehindGps;
+    // A damaged offset, held at the bottom of the range, stays there rather
+    // than wrapping round to the top.
+    g_iBeidouLeapSeconds = leapSeconds >= INT32_MIN + kBeidouBehindGps ? leapSeconds - kBeidouBehindGps : INT32_MIN;
 
     if (!m_bLeapWritten)
     {
