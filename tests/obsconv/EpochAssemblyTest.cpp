@@ -68,21 +68,6 @@ TEST_F(RateGate, FreeIntervalFollowsTheLongestRunOfEqualSteps)
     EXPECT_TRUE(GateAt(110.3)); // irregular epochs pass as well
 }
 
-TEST_F(EpochAssembly, SignalStrengthDigitFollowsTheTwoThresholdTables)
-{
-    struct { double m_dSnr; uint32_t m_uSignal; uint32_t m_uStrength; } const cases[] = {
-        {4.99, kSignalL1, 1},     {5.0, kSignalL1, 1},      {7.5, kSignalL1, 3},     {10.0, kSignalL1, 5},
-        {15.0, kSignalL1, 7},     {20.0, kSignalL1, 9},     {30.0, kSignalL1, 9},    {0.0, kSignalL1, 1},
-        {0.0, kSignalGpsL2, 2},   {-3.5, kSignalGpsL2, 1},  {0.0, kSignalGloL2, 2},  {9.99, kSignalGpsL1P, 5},
-    };
-    for (const auto& c : cases)
-    {
-        SObsEntry entry{};
-        FillEntry(entry, Slot(5, c.m_uSignal, c.m_dSnr));
-        EXPECT_EQ(entry.m_uStrength, c.m_uStrength) << c.m_dSnr << " signal " << c.m_uSignal;
-    }
-}
-
 TEST_F(EpochAssembly, FillOverwritesAllButTheLossOfLockMarkAndNeedsLockAndNumberUpTo32)
 {
     SObsEntry entry{};
@@ -103,19 +88,6 @@ TEST_F(EpochAssembly, FillOverwritesAllButTheLossOfLockMarkAndNeedsLockAndNumber
     AddGpsL1Slot(Slot(122)); // the first extended row
     EXPECT_TRUE(g_ObsWriter.m_aGpsL1[32].m_bValid && !g_ObsWriter.m_aGpsL1[32].m_bGood);
     EXPECT_EQ(g_ObsWriter.m_aGpsL1[32].m_uPRN, 122);
-}
-
-TEST_F(EpochAssembly, EpochOpensAtItsFirstSatelliteAndKeepsTheGatesAnswer)
-{
-    g_ObsWriter.m_dInterval = 5.0;
-    g_ObsWriter.m_bIntervalFixed = 1;
-    SetLogTime(100.0, 2200);
-    AddGpsL1Slot(Slot(0)); // an empty channel doesn't open the epoch
-    EXPECT_FALSE(g_ObsWriter.m_bEpochOpen);
-    AddGpsL1Slot(Slot(1));
-    AddGpsL1Slot(Slot(2)); // asking again at dt 0 would turn the epoch down
-    EXPECT_TRUE(g_ObsWriter.m_bEpochOpen && g_ObsWriter.m_bEpochAccepted);
-    EXPECT_TRUE(g_ObsWriter.m_aGpsL1[0].m_bValid && g_ObsWriter.m_aGpsL1[1].m_bValid);
 }
 
 TEST_F(EpochAssembly, SlipInARejectedEpochIsMarkedInTheNextWrittenOne)

@@ -9,7 +9,6 @@
 #include <random>
 #include <string>
 
-#include "rinex/NavWriter.h"
 #include "rinex/NumberFields.h"
 
 namespace
@@ -113,20 +112,6 @@ TEST(NumberFieldsTest, AllFieldsAgreeWithIndependentConstructionOverWideSweep)
         for (const SFieldKind& kind : kinds)
             ASSERT_EQ(Field(kind, value), ExpectedField(kind, value)) << value;
     }
-}
-
-TEST(NumberFieldsTest, OrbitRowIsFourBlanksAndFourTouchingFields)
-{
-    CWriteRinexNav writer;
-    writer.SetFile(std::tmpfile());
-    ASSERT_NE(writer.m_pFile, nullptr);
-    WriteOrbitRow(writer, 1.5e-09, -225000.0, 0.0, -1.0);
-    char line[128] = {};
-    std::rewind(writer.m_pFile);
-    const size_t length = std::fread(line, 1, sizeof(line) - 1, writer.m_pFile);
-    std::fclose(writer.m_pFile);
-    EXPECT_EQ(length, 81u);
-    EXPECT_STREQ(line, "     1.500000000000D-09-2.250000000000D+05 0.000000000000D+00-1.000000000000D+00\n");
 }
 
 } // namespace

@@ -62,85 +62,31 @@ TEST_F(ObsHeaderTest, FirstObsShowsSixtyWhereLastObsCarriesAndWholeSecondsEndInO
               HeaderText(parts) + epoch1 + "> 2020  6 25 12  0  0.0000000  0  1\n" + kG05L1Line + "\n");
 }
 
-TEST_F(ObsHeaderTest, ExternalLinesReplaceDefaultsAndComputedPositionWins)
+// The lines a header file replaces are shown by the site input runs; here a
+// short one, and the external position against a computed one.
+TEST_F(ObsHeaderTest, ShortExternalLineIsPaddedOnALineOfItsOwnAndComputedPositionWins)
 {
     g_ExternalHeader.m_bPresent = 1;
-    std::snprintf(g_ExternalHeader.m_szObserverLine, kHeaderLineSize, "%s",
-                  "OBSERVER            COMPANY                                 OBSERVER / AGENCY   ");
-    std::snprintf(g_ExternalHeader.m_szMarkerNameLine, kHeaderLineSize, "%s",
-                  "PIER 7                                                      MARKER NAME         ");
     // Shorter than 80: it kept the line end it was read with, and the padding
     // follows it as a line of blanks.
     const std::string numberLine = "SITE#" + std::string(55, ' ') + "MARKER NUMBER\n";
     std::snprintf(g_ExternalHeader.m_szMarkerNumberLine, kHeaderLineSize, "%s", numberLine.c_str());
-    const std::string numberOutput = numberLine + std::string(80 - numberLine.size(), ' ') + "\n";
-    std::snprintf(g_ExternalHeader.m_szReceiverLine, kHeaderLineSize, "%s",
-                  "RX123               MERIDOR             APP_1.2             REC # / TYPE / VERS ");
-    std::snprintf(g_ExternalHeader.m_szAntennaLine, kHeaderLineSize, "%s",
-                  "                    CHOKE                                   ANT # / TYPE        ");
-    std::snprintf(g_ExternalHeader.m_szAntennaDeltaLine, kHeaderLineSize, "%s",
-                  "1.250               0.000               0.000               ANTENNA: DELTA H/E/N");
-    std::snprintf(g_ExternalHeader.m_szApproxPositionLine, kHeaderLineSize, "%s",
-                  "        1.0000        2.0000        3.0000                  APPROX POSITION XYZ ");
+    const std::string external = "        1.0000        2.0000        3.0000                  APPROX POSITION XYZ ";
+    std::snprintf(g_ExternalHeader.m_szApproxPositionLine, kHeaderLineSize, "%s", external.c_str());
 
-    const std::string head = kTypeGps + kPgm +
-                             "OBSERVER            COMPANY                                 OBSERVER / AGENCY   \n"
-                             "PIER 7                                                      MARKER NAME         \n" +
-                             numberOutput +
-                             "RX123               MERIDOR             APP_1.2             REC # / TYPE / VERS \n" +
-                             kClockOffs;
-    const std::string middle = "                    CHOKE                                   ANT # / TYPE        \n"
-                               "1.250               0.000               0.000               ANTENNA: DELTA H/E/N\n" +
-                               kInterval1 + kObsG3 + kObsR + kObsC + kFirstAt140 + kLastAt140;
-    const std::string tail = kSlots1 + kSlots2 + kSlots3 + kCodPhs + kEndOfHeader + "> 2020  6 21  0  1 40.0000000  0  1\n" +
-                             kG05L1Line + "\n";
-
-    // Without a computed position the external position line stands, and
-    // there is no comment in its place.
-    PutSignal(Writer().m_aGpsL1[4], 5, kG05L1);
-    Flush(100.0);
-    EXPECT_EQ(FileText(),
-              head + "        1.0000        2.0000        3.0000                  APPROX POSITION XYZ \n" + middle + tail);
-
-    // A position from the command line wins over the external line.
-    std::FILE* second = std::fopen(m_Dir.Path("second.rnx").c_str(), "w+");
-    ASSERT_NE(second, nullptr);
-    CWriteRinexObs& w2 = *(m_pWriter = std::make_unique<CWriteRinexObs>(second, 1.0, false, kSitePosition));
-    PutSignal(w2.m_aGpsL1[4], 5, kG05L1);
-    Flush(100.0);
-    std::fflush(second);
-    EXPECT_EQ(MaskRunDate(m_Dir.ReadFile("second.rnx")),
-              head + "  3845123.2500  1234567.5000 -4987654.1250                  APPROX POSITION XYZ \n" + middle +
-                  tail);
-    std::fclose(second);
-}
-
-TEST_F(ObsHeaderTest, MovingSiteRecordsFollowTheHeaderAndAreRewrittenOnThemselves)
-{
-    CWriteRinexObs& w = Writer();
-    w.SetMovingAtStart(true);
-
-    PutSignal(w.m_aGpsL1[4], 5, kG05L1);
-    Flush(100.0);
-    PutSignal(w.m_aGpsL1[4], 5, kG05L1);
-    Flush(101.0);
-
-    SHeaderParts parts;
-    parts.m_szLast = "  2020     6    21     0     1   41.000000      GPS         TIME OF LAST OBS    \n";
-    EXPECT_EQ(FileText(), HeaderText(parts) + kMovingRecords + "> 2020  6 21  0  1 40.0000000  0  1\n" + kG05L1Line +
-                              "\n" + "> 2020  6 21  0  1 41.0000000  0  1\n" + kG05L1Line + "\n");
-}
-
-TEST_F(ObsHeaderTest, EpochWithoutSatellitesWritesOnlyTheHeader)
-{
-    // G05 is valid but without its lock flag: it doesn't count as observed.
-    PutSignal(Writer().m_aGpsL1[4], 5, kG05L1, false);
-    Flush(100.0);
-
-    EXPECT_EQ(FileText(), HeaderText(SHeaderParts{}));
-    EXPECT_EQ(RunStats.m_uEpochsWritten, 0u);
-    EXPECT_EQ(RunStats.m_uObsWritten, 0u);
-    EXPECT_EQ(RunStats.m_timeFirstEpoch.m_dSeconds, 100.0);
+    for (const double* computed : {static_cast<const double*>(nullptr), kSitePosition})
+    {
+        std::FILE* file = std::fopen(m_Dir.Path("ext.rnx").c_str(), "w+");
+        ASSERT_NE(file, nullptr);
+        CWriteRinexObs& w = *(m_pWriter = std::make_unique<CWriteRinexObs>(file, 1.0, false, computed));
+        PutSignal(w.m_aGpsL1[4], 5, kG05L1);
+        Flush(100.0);
+        std::fclose(file);
+        const std::string text = m_Dir.ReadFile("ext.rnx");
+        EXPECT_NE(text.find("\n" + numberLine + std::string(80 - numberLine.size(), ' ') + "\n"), std::string::npos);
+        EXPECT_NE(text.find("\n" + (computed ? kBlockPosition : external + "\n")), std::string::npos) << text;
+        EXPECT_EQ(text.find(computed ? external : kNoPosition), std::string::npos);
+    }
 }
 
 } // namespace

@@ -1,0 +1,357 @@
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "driver/RunStats.h"
+#include "gnsstime/GpsTime.h"
+#include "logio/BinaryMessages.h"
+#include "navstate/GlonassFrequencies.h"
+#include "navstate/NavState.h"
+#include "rinex/BeidouNavWriter.h"
+#include "rinex/GlonassNavWriter.h"
+#include "rinex/NavWriter.h"
+#include "support/ExpectedObsText.h"
+#include "support/ExpectedText.h"
+
+// What the navigation writers do beyond what the whole runs show: the pass
+// rules, the leap seconds before the log time is known, and the record fields
+// and dates that only unusual broadcast values reach.
+
+namespace
+{
+// Week 2111 starts on Sunday 2020-06-21; second 18000 of it is 05:00:00.
+constexpr uint16_t kWeek = 2111;
+
+SGpsEphemeris GpsRecord(uint16_t iode)
+{
+    SGpsEphemeris r{};
+    r.m_uStatus = kStatusStored, r.m_uWeek = r.m_uTocWeek = r.m_uToeWeek = kWeek, r.m_uIode = iode;
+    r.m_dToc = r.m_dToe = 18000.0, r.m_dSqrtA = 5153.75;
+    return r;
+}
+
+// Field `index`, 0 to 3, of an orbit line.
+std::string FieldOf(const std::string& line, int index)
+{
+    return line.substr(4 + 19 * index, 19);
+}
+
+// Writes the BIN94 of a run into the stored copy at the message's offsets.
+void StoreBin94(double alpha0, int16_t dtLs, int16_t dtLsf)
+{
+    uint8_t* f = g_StoredMessages.m_Bin94.m_aFrame;
+    std::memset(f, 0, sizeof(g_StoredMessages.m_Bin94.m_aFrame));
+    auto put = [f](uint32_t offset, auto value) { std::memcpy(f + offset, &value, sizeof(value)); };
+    std::memcpy(f, "$BIN", 4);
+    put(4, uint16_t{94}), put(6, uint16_t{96}), put(8, alpha0), put(72, 1.5e-9), put(88, uint32_t{61440});
+    put(92, kWeek), put(94, uint16_t{2000}), put(96, uint16_t{1}), put(98, dtLs), put(100, dtLsf);
+}
+
+// Each test starts from empty tables, no stored messages and no log time,
+// with a temporary file for its writer, and leaves the run-wide state clear.
+class NavRecords : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        std::memcpy(m_aSavedChannel, g_aGlonassChannel, sizeof(m_aSavedChannel));
+        Clear();
+        NewFile();
+    }
+
+    void NewFile()
+    {
+        if (m_pFile != nullptr)
+            std::fclose(m_pFile);
+        m_pFile = std::tmpfile();
+        ASSERT_NE(m_pFile, nullptr);
+    }
+
+    void TearDown() override
+    {
+        std::fclose(m_pFile);
+        Clear();
+        std::memcpy(g_aGlonassChannel, m_aSavedChannel, sizeof(m_aSavedChannel));
+    }
+
+    static void Clear()
+    {
+        for (CGpsNavState* s : {&g_GpsNavState, &g_BeidouNavState})
+        {
+            std::memset(s->m_aEphemeris, 0, sizeof(s->m_aEphemeris));
+            std::memset(s->m_aPendingEphemeris, 0, sizeof(s->m_aPendingEphemeris));
+        }
+        std::memset(g_GlonassNavState.m_aGloEphemeris, 0, sizeof(g_GlonassNavState.m_aGloEphemeris));
+        std::memset(g_GlonassNavState.m_aGloPendingEphemeris, 0, sizeof(g_GlonassNavState.m_aGloPendingEphemeris));
+        SetLogTime(0.0, 0);
+        RunStats = SRunStats{};
+        g_UtcParams = SUtcParams{};
+        g_StoredMessages = SStoredMessages{};
+        g_iGpsLeapSeconds = 0;
+        g_iBeidouLeapSeconds = 0;
+    }
+
+    // The lines of the whole file, whatever the stream's position.
+    std::vector<std::string> Lines()
+    {
+        std::fflush(m_pFile);
+        const long at = std::ftell(m_pFile);
+        std::rewind(m_pFile);
+        std::string text;
+        char buffer[4096];
+        for (size_t n = 0; (n = std::fread(buffer, 1, sizeof(buffer), m_pFile)) > 0;)
+            text.append(buffer, n);
+        std::fseek(m_pFile, at, SEEK_SET);
+        return LinesOf(text);
+    }
+
+    std::FILE* m_pFile = nullptr;
+    int16_t m_aSavedChannel[kGlonassSlots];
+};
+
+TEST_F(NavRecords, PassVisitsSatellites1To32InOrderOnlyWithAStreamAndAReturningKeyIsNew)
+{
+    CGpsNavState& s = g_GpsNavState;
+    CWriteRinexNav writer;
+    s.m_aEphemeris[4] = GpsRecord(17);
+    s.m_aPendingEphemeris[6] = GpsRecord(18);
+    s.m_aEphemeris[32] = GpsRecord(40); // an SBAS row: never visited
+    s.m_aPendingEphemeris[32] = GpsRecord(41);
+
+    // Without a stream the pass doesn't run: the pending record keeps waiting.
+    writer.WritePending(true);
+    EXPECT_EQ(s.m_aPendingEphemeris[6].m_uIode, 18u);
+    s.m_aPendingEphemeris[6] = SGpsEphemeris{};
+
+    // While the log time isn't set no record is usable: an unforced pass writes nothing.
+    writer.SetFile(m_pFile);
+    writer.WritePending(false);
+    EXPECT_TRUE(Lines().empty());
+
+    writer.WritePending(true);
+    s.m_aPendingEphemeris[4] = GpsRecord(18);
+    s.m_aEphemeris[11] = GpsRecord(17);
+    writer.WritePending(true);
+    s.m_aPendingEphemeris[4] = GpsRecord(17);
+    writer.WritePending(true);
+    writer.WritePending(true);
+    const std::vector<std::string> lines = Lines();
+    std::vector<std::string> written; // satellite and IODE of each record
+    for (size_t at = 7; at + 1 < lines.size(); at += 8)
+        written.push_back(lines[at].substr(0, 3) + FieldOf(lines[at + 1], 0));
+    EXPECT_EQ(written, (std::vector<std::string>{"G05" + DField(17.0, 12), "G05" + DField(18.0, 12),
+                                                 "G12" + DField(17.0, 12), "G05" + DField(17.0, 12)}));
+    EXPECT_EQ(RunStats.m_uNavSatsWritten, 2u);
+    EXPECT_EQ(RunStats.m_uNavWrites, 4u);
+    EXPECT_EQ(s.m_aPendingEphemeris[32].m_uIode, 41u);
+}
+
+TEST_F(NavRecords, LeapSecondsAreTheBin94CountBeforeTheLogTimeAndTheFirstBin94Stands)
+{
+    // Ahead of the log time: the message's count (17). With the log time
+    // running: GPS - UTC from the UTC data, here after the event (18).
+    const struct
+    {
+        uint16_t m_uLogWeek;
+        int32_t m_iLeap;
+    } cases[] = {{0, 17}, {kWeek, 18}};
+    for (const auto& c : cases)
+    {
+        SCOPED_TRACE(c.m_iLeap);
+        Clear();
+        NewFile();
+        CWriteRinexNav writer;
+        writer.SetFile(m_pFile);
+        g_GpsNavState.m_aEphemeris[4] = GpsRecord(17);
+        SetLogTime(20000.0, c.m_uLogWeek);
+        StoreBin94(1.5e-8, 17, 18);
+        writer.WritePending(true);
+        EXPECT_EQ(g_iGpsLeapSeconds, c.m_iLeap);
+        EXPECT_EQ(g_iBeidouLeapSeconds, c.m_iLeap - 14);
+        EXPECT_EQ(g_UtcParams.m_uWnLsf, 2000u);
+        EXPECT_EQ(g_UtcParams.m_iDtLsf, 18);
+
+        // A later BIN94 changes neither the lines nor the parameters.
+        StoreBin94(2.5e-8, 30, 31);
+        g_GpsNavState.m_aPendingEphemeris[4] = GpsRecord(18);
+        writer.WritePending(true);
+        EXPECT_EQ(g_UtcParams.m_dAlpha0, 1.5e-8);
+        EXPECT_EQ(g_iGpsLeapSeconds, c.m_iLeap);
+        const std::vector<std::string> lines = Lines();
+        ASSERT_EQ(lines.size(), 7u + 2 * 8);
+        EXPECT_EQ(lines[2], "GPSA   1.5000D-08  0.0000D+00  0.0000D+00  0.0000D+00       IONOSPHERIC CORR    \n");
+        EXPECT_EQ(lines[5], "    " + std::to_string(c.m_iLeap) +
+                                "                                                      LEAP SECONDS        \n");
+    }
+
+    // A damaged A0 puts GPS - UTC far below the counts' range: both stay at
+    // its bottom (found by fuzzing: the BeiDou count wrapped round).
+    Clear();
+    NewFile();
+    CWriteRinexNav writer;
+    writer.SetFile(m_pFile);
+    g_GpsNavState.m_aEphemeris[4] = GpsRecord(17);
+    SetLogTime(20000.0, kWeek);
+    StoreBin94(1.5e-8, 17, 18);
+    const double damagedA0 = -1e300;
+    std::memcpy(g_StoredMessages.m_Bin94.m_aFrame + 72, &damagedA0, sizeof(damagedA0));
+    writer.WritePending(true);
+    EXPECT_EQ(g_iGpsLeapSeconds, INT32_MIN);
+    EXPECT_EQ(g_iBeidouLeapSeconds, INT32_MIN);
+}
+
+TEST_F(NavRecords, GpsRecordShowsUraByItsLowBitsHealthAsSentAndItsDateWithinFiveHundredthsOfTheNextSecond)
+{
+    CWriteRinexNav writer;
+    writer.SetFile(m_pFile);
+    const struct
+    {
+        double m_dToc;
+        const char* m_szStart;
+    } cases[] = {
+        {18423.0, "G05 2020 06 21 05 07 03"},
+        {18479.96, "G05 2020 06 21 05 08 00"},
+        {18479.94, "G05 2020 06 21 05 07 59"},
+        {604799.96, "G05 2020 06 28 00 00 00"},
+    };
+    for (const auto& c : cases)
+    {
+        // URA 0x13 is 5.7 m by its low four bits; health 32 is written as it is,
+        // and the file shows L2 P flag 1 as the constant 0.
+        SGpsEphemeris r = GpsRecord(17);
+        r.m_dToc = c.m_dToc, r.m_uUra = 0x13, r.m_uHealth = 32, r.m_uL2PFlag = 1, r.m_uIodc = 273;
+        std::rewind(m_pFile);
+        writer.WriteGpsRecord(5, r);
+        const std::vector<std::string> lines = Lines();
+        ASSERT_EQ(lines.size(), 8u);
+        EXPECT_EQ(lines[0].substr(0, 23), c.m_szStart) << c.m_dToc;
+        EXPECT_EQ(FieldOf(lines[5], 3), DField(0.0, 12));
+        EXPECT_EQ(lines[6], "    " + DField(5.7, 12) + DField(32.0, 12) + DField(0.0, 12) + DField(273.0, 12) + "\n");
+    }
+}
+
+TEST(NavRecordsFit, GpsFitIntervalFollowsFlagIodeAndIodc)
+{
+    const struct
+    {
+        uint32_t m_uFlag;
+        uint16_t m_uIode;
+        uint16_t m_uIodc;
+        double m_dHours;
+    } cases[] = {
+        {0, 245, 245, 4.0},  {1, 10, 1023, 6.0},  {1, 239, 0, 6.0},    {1, 240, 247, 8.0},  {1, 245, 248, 14.0},
+        {1, 245, 496, 14.0}, {1, 245, 503, 26.0}, {1, 245, 504, 50.0}, {1, 245, 511, 74.0}, {1, 245, 756, 74.0},
+        {1, 255, 757, 98.0}, {1, 245, 300, 0.0},  {1, 10, 1024, 0.0},  {1, 300, 100, 0.0},
+    };
+    for (const auto& c : cases)
+    {
+        SGpsEphemeris r{};
+        r.m_uFitFlag = c.m_uFlag;
+        r.m_uIode = c.m_uIode;
+        r.m_uIodc = c.m_uIodc;
+        EXPECT_EQ(GpsFitIntervalHours(r), c.m_dHours) << c.m_uFlag << " " << c.m_uIode << " " << c.m_uIodc;
+    }
+}
+
+TEST_F(NavRecords, GlonassFrequencyGoesByNOfString4ElseByTheRowAndTheLeapSecondsAreFilledOnce)
+{
+    g_aGlonassChannel[0] = 10; // slot 1: +2
+    g_aGlonassChannel[2] = 1;  // slot 3: -7
+    g_aGlonassChannel[3] = 14; // slot 4: +6
+    SGlonassEphemeris r{};
+    r.m_uStatus = kStatusStored, r.m_uN4 = 7, r.m_uNt = 100, r.m_uTb = r.m_uTbMinutes = 735, r.m_uSlot = 4;
+    g_GlonassNavState.m_aGloEphemeris[2] = r; // row of slot 3, strings of slot 4
+    r.m_uSlot = 0;                            // n out of range: the row's channel
+    g_GlonassNavState.m_aGloEphemeris[0] = r;
+
+    CWriteRinexGlonassNav writer;
+    writer.SetFile(m_pFile);
+    g_iGpsLeapSeconds = 18;
+    writer.WritePending(true);
+    g_iGpsLeapSeconds = 19;
+    writer.WritePending(true);
+    const std::vector<std::string> lines = Lines();
+    ASSERT_EQ(lines.size(), 5u + 2 * 4);
+    EXPECT_EQ(lines[3], "    18                                                      LEAP SECONDS        \n");
+    EXPECT_EQ(lines[5].substr(0, 3) + FieldOf(lines[7], 3), "R01" + DField(2.0, 12));
+    EXPECT_EQ(lines[9].substr(0, 3) + FieldOf(lines[11], 3), "R03" + DField(6.0, 12));
+}
+
+TEST_F(NavRecords, GlonassRecordDateIsTheUtcDayOfTbAndFrameTimeItsSecondOfDay)
+{
+    const struct
+    {
+        uint32_t m_uNt;
+        uint32_t m_uTbMinutes;
+        const char* m_szStart;
+        double m_dFrameTime;
+    } cases[] = {
+        {100, 15, "R03 2020 04 08 21 15 00", 76500.0}, // 00:15 Moscow: the day before
+        {366, 180, "R03 2020 12 31 00 00 00", 0.0},    // the first year is the leap year
+        {60, 720, "R03 2020 02 29 09 00 00", 32400.0},
+        {426, 1425, "R03 2021 03 01 20 45 00", 74700.0},
+    };
+    CWriteRinexGlonassNav writer;
+    writer.SetFile(m_pFile);
+    for (const auto& c : cases)
+    {
+        SGlonassEphemeris r{};
+        r.m_uN4 = 7, r.m_uNt = c.m_uNt, r.m_uTbMinutes = c.m_uTbMinutes, r.m_uSlot = 3;
+        std::rewind(m_pFile);
+        writer.WriteGlonassRecord(3, r);
+        const std::string line = Lines()[0];
+        EXPECT_EQ(line.substr(0, 23), c.m_szStart) << c.m_uNt;
+        EXPECT_EQ(line.substr(61), DField(c.m_dFrameTime, 12) + "\n") << c.m_uNt;
+    }
+}
+
+TEST_F(NavRecords, BeidouRecordTimesAreBdtWithASignedWeekAndSecondsThatPrintAsSixtyCarry)
+{
+    const struct
+    {
+        double m_dToc;
+        const char* m_szStart;
+        double m_dBdtSeconds; // first field of orbit line 7
+    } cases[] = {
+        {6.0, "C07 2020 06 20 23 59 52", 604792.0}, // into the GPS week before
+        {73.99999996, "C07 2020 06 21 00 01 00", 59.99999996},
+        {73.9999999, "C07 2020 06 21 00 00 59", 59.9999999},
+    };
+    CWriteRinexBeiDouNav writer;
+    writer.SetFile(m_pFile);
+    for (const auto& c : cases)
+    {
+        SBeidouEphemeris r = GpsRecord(36);
+        r.m_dToc = c.m_dToc;
+        r.m_uToeWeek = 1355; // BDT week -1
+        std::rewind(m_pFile);
+        writer.WriteBeidouRecord(7, r);
+        const std::vector<std::string> lines = Lines();
+        ASSERT_EQ(lines.size(), 8u);
+        EXPECT_EQ(lines[0].substr(0, 23), c.m_szStart) << c.m_dToc;
+        EXPECT_EQ(FieldOf(lines[5], 2), DField(-1.0, 12));
+        EXPECT_EQ(FieldOf(lines[7], 0), DField(c.m_dBdtSeconds, 12)) << c.m_dToc;
+    }
+}
+
+TEST_F(NavRecords, BeidouPassStopsAtSatellite32AndFillsTheLeapSecondsOnce)
+{
+    g_BeidouNavState.m_aEphemeris[6] = GpsRecord(36);
+    g_BeidouNavState.m_aEphemeris[32] = GpsRecord(36);
+    CWriteRinexBeiDouNav writer;
+    writer.SetFile(m_pFile);
+    g_iBeidouLeapSeconds = 4;
+    writer.WritePending(true);
+    g_iBeidouLeapSeconds = 5;
+    writer.WritePending(true);
+    const std::vector<std::string> lines = Lines();
+    ASSERT_EQ(lines.size(), 7u + 8);
+    EXPECT_EQ(lines[7].substr(0, 23), "C07 2020 06 21 04 59 46");
+    EXPECT_EQ(lines[5], "     4                                                      LEAP SECONDS        \n");
+}
+} // namespace
