@@ -215,18 +215,17 @@ size_t FormatFixed(double value, char* dst, size_t size, const char* format)
         *--at = '-';
     return PutPadded(text, at, Width, dst);
 }
-} // namespace
-
-bool RoundToDecimals(double value, uint32_t decimals, uint64_t& units)
-{
-    return decimals <= kMaxDecimals && RoundOnPower<Uint128>(value, kPowersOfTen[decimals], units);
-}
-
 // The values the fast path of "%14.3f" doesn't take, kept out of line so
 // that the fast path needs no stack frame.
 [[gnu::noinline, gnu::cold]] size_t FormatF14_3Wide(double value, char* dst, size_t size)
 {
     return FormatFixed<14, 3>(value, dst, size, "%14.3f");
+}
+} // namespace
+
+bool RoundToDecimals(double value, uint32_t decimals, uint64_t& units)
+{
+    return decimals <= kMaxDecimals && RoundOnPower<Uint128>(value, kPowersOfTen[decimals], units);
 }
 
 size_t FormatF14_3(double value, char* dst, size_t size)

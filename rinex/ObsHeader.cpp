@@ -76,7 +76,6 @@ size_t FormatObsTimeLine(char* dst, const SCalendarTime& calendar, double second
     constexpr uint32_t kIntWidth = 6;
     char line[kFormatBufferSize];
     size_t length = 0;
-    line[0] = '\0';
     for (const int32_t field :
          {calendar.m_iYear, calendar.m_iMonth, calendar.m_iDay, calendar.m_iHour, calendar.m_iMinute})
         AppendIntField(line, sizeof(line), length, field, kIntWidth);
@@ -87,8 +86,6 @@ size_t FormatObsTimeLine(char* dst, const SCalendarTime& calendar, double second
     line[length] = '\0';
     return PutCutLine(dst, line, static_cast<int>(length));
 }
-
-
 
 // "%-80s\n" as a header line: the text cut at 80 characters, padded with
 // blanks to 80, and the line feed.
