@@ -1,6 +1,7 @@
 #include "rinex/DecimalFields.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cmath>
 #include <cstdio>
@@ -104,84 +105,54 @@ bool RoundOnPower(double value, uint64_t power, uint64_t& units)
     return true;
 }
 
-// The eight decimal digits of `v` (below 10^8) as byte values 0 to 9, the
-// first digit in the lowest byte: each step splits every lane into its upper
-// and lower half by a multiplication with a scaled reciprocal.
-uint64_t EightDigits(uint32_t v)
+// The digits of every number below 10^4 as four byte values 0 to 9, the
+// first digit in the lowest byte, so that a group lands in memory in reading
+// order. Made once, at compile time; 40 KB.
+constexpr uint32_t kGroupCount = 10000;
+constexpr std::array<uint32_t, kGroupCount> MakeFourDigitGroups()
 {
-    constexpr uint64_t kTenThousand = 10000;
-    constexpr uint64_t kHundredth = 10486;         // 2^20 / 100, rounded up: exact below 10^4
-    constexpr uint64_t kTenth = 103;               // 2^10 / 10, rounded up: exact below 10^2
-    constexpr uint64_t kHundredsMask = 0x0000007F0000007F;
-    constexpr uint64_t kTensMask = 0x000F000F000F000F;
-    const uint64_t fours = v / kTenThousand | (v % kTenThousand) << 32; // two lanes of four digits
-    const uint64_t hundreds = (fours * kHundredth) >> 20 & kHundredsMask;
-    const uint64_t twos = hundreds | (fours - hundreds * 100) << 16; // four lanes of two digits
-    const uint64_t tens = (twos * kTenth) >> 10 & kTensMask;
-    return tens | (twos - tens * 10) << 8;
+    std::array<uint32_t, kGroupCount> groups{};
+    for (uint32_t v = 0; v < kGroupCount; ++v)
+        groups[v] = (v / 1000) | (v / 100 % 10) << 8 | (v / 10 % 10) << 16 | (v % 10) << 24;
+    return groups;
 }
-
-// The four decimal digits of `v` (below 10^4) in the same form, in the low
-// four bytes.
-uint64_t FourDigits(uint32_t v)
-{
-    constexpr uint64_t kTenth = 103; // 2^10 / 10, rounded up: exact below 10^2
-    constexpr uint64_t kTensMask = 0x000F000F;
-    const uint64_t twos = v / 100 | (v % 100) << 16; // two lanes of two digits
-    const uint64_t tens = (twos * kTenth) >> 10 & kTensMask;
-    return tens | (twos - tens * 10) << 8;
-}
-
-// Turns the low `count` digit bytes of `ascii` (below 8) into blanks.
-uint64_t BlankLowBytes(uint64_t ascii, uint32_t count)
-{
-    constexpr uint64_t kBlanks = 0x2020202020202020;
-    const uint64_t mask = (uint64_t{1} << (8 * count)) - 1;
-    return (ascii & ~mask) | (kBlanks & mask);
-}
+constexpr std::array<uint32_t, kGroupCount> kFourDigitGroups = MakeFourDigitGroups();
 
 // "%14.3f" of a value whose magnitude rounds to `thousandths`, below a
 // billion whole units: the field is always 14 characters, and `dst` holds
-// at least 16 bytes. The twelve digits are made at once, four and eight,
-// and the whole part's leading zeros turned to blanks.
+// at least 17 bytes. The twelve digits are three groups of four: columns 1
+// to 8 take the first two, with the leading zeros turned to blanks; column 9
+// (the last whole digit, never blank) and the decimals behind the point take
+// the third.
 size_t PutF14_3(uint64_t thousandths, bool negative, char* dst)
 {
     constexpr uint64_t kAsciiZeros = 0x3030303030303030;
-    constexpr uint32_t kHundredMillion = 100000000;
-    constexpr uint64_t kFiveBytes = 0xFFFFFFFFFF;
-    constexpr uint64_t kBlankThenFourBlanks = 0x2020202020;
-    constexpr uint32_t kHighDigits = 4; // whole digits in the high part
-    const uint32_t high = static_cast<uint32_t>(thousandths / kHundredMillion);
-    const uint32_t low = static_cast<uint32_t>(thousandths % kHundredMillion);
-    const uint64_t highDigits = FourDigits(high);
-    const uint64_t lowDigits = EightDigits(low); // five whole digits, three decimals
+    constexpr uint64_t kBlanks = 0x2020202020202020;
+    constexpr uint64_t kPointInSecondByte = uint64_t{'.'} << 8;
+    constexpr uint64_t kFirstByte = 0xFF;
+    constexpr uint64_t kSecondToFourthBytes = 0xFFFFFF00;
+    const uint64_t upper = thousandths / (uint64_t{kGroupCount} * kGroupCount);
+    const uint64_t middleAndUpper = thousandths / kGroupCount;
+    const uint64_t lower = thousandths - middleAndUpper * kGroupCount;
+    const uint64_t middle = middleAndUpper - upper * kGroupCount;
 
-    // Blanks for the leading zeros of the nine whole digits; the last stays.
-    uint32_t zeros = 0;
-    uint64_t head = 0; // column 0 blank, columns 1 to 4 the high digits
-    uint64_t tail = lowDigits | kAsciiZeros;
-    if (high != 0)
-    {
-        zeros = static_cast<uint32_t>(std::countr_zero(highDigits)) / 8;
-        head = ' ' | BlankLowBytes(highDigits | kAsciiZeros, zeros) << 8;
-    }
-    else
-    {
-        const uint64_t wholeLow = lowDigits & kFiveBytes;
-        const uint32_t lowZeros = wholeLow == 0 ? kHighDigits : static_cast<uint32_t>(std::countr_zero(wholeLow)) / 8;
-        zeros = kHighDigits + lowZeros;
-        head = kBlankThenFourBlanks;
-        tail = BlankLowBytes(tail, lowZeros);
-    }
-    // Columns: 0 blank, 1 to 9 the whole digits, 10 the point, 11 to 13 the
-    // decimals, 14 the terminator (the zero byte above the decimals).
-    const uint32_t decimals = static_cast<uint32_t>(tail >> 40);
-    std::memcpy(dst, &head, sizeof(head));
-    std::memcpy(dst + 5, &tail, sizeof(tail));
-    dst[10] = '.';
-    std::memcpy(dst + 11, &decimals, sizeof(decimals));
-    if (negative)
-        dst[zeros] = '-';
+    const uint64_t whole = kFourDigitGroups[upper] | uint64_t{kFourDigitGroups[middle]} << 32;
+    // The bits below the lowest set bit cover exactly the leading zero
+    // digits (all eight when there is none), and the low bits of the first
+    // nonzero one, which are zero in both the digit and the blank.
+    const uint64_t leading = (whole & (0 - whole)) - 1;
+    const uint64_t wholeText = whole | kAsciiZeros;
+    const uint64_t head = wholeText ^ ((wholeText ^ kBlanks) & leading);
+    // The last whole digit, the point and the decimals; the bytes above are
+    // zero and give the terminator.
+    const uint64_t lastText = kFourDigitGroups[lower] | kAsciiZeros;
+    const uint64_t tail = (lastText & kFirstByte) | kPointInSecondByte | (lastText & kSecondToFourthBytes) << 8;
+    const uint32_t blanks = static_cast<uint32_t>(std::countr_zero(whole)) / 8; // leading blanks in columns 1 to 8
+
+    dst[0] = ' ';
+    std::memcpy(dst + 1, &head, sizeof(head));
+    std::memcpy(dst + 9, &tail, sizeof(tail));
+    dst[blanks] = negative ? '-' : ' '; // in front of the first digit
     constexpr size_t kWidth = 14;
     return kWidth;
 }
@@ -232,6 +203,10 @@ size_t FormatF14_3(double value, char* dst, size_t size)
 {
     constexpr double kThousand = 1000;
     constexpr double kBillionThousandths = 1e12;
+    // Adding 2^52 to a double below 2^51 rounds it to the nearest whole
+    // number and leaves that number in the stored mantissa bits.
+    constexpr double kTwoTo52 = 4503599627370496.0;
+    constexpr uint64_t kTwoTo52Bits = 0x4330000000000000;
     // The product in doubles lies within 2^-14 of the exact one below 2^40,
     // so it rounds the same unless its fraction is near one half; there the
     // exact rounding decides.
@@ -239,12 +214,15 @@ size_t FormatF14_3(double value, char* dst, size_t size)
     const double scaled = std::fabs(value) * kThousand;
     if (!(scaled < kBillionThousandths) || size < kMinFastDestination)
         return FormatF14_3Wide(value, dst, size);
-    // The step up is added as a number: its direction is as good as random.
-    uint64_t thousandths = static_cast<uint64_t>(static_cast<int64_t>(scaled));
-    const double fraction = scaled - static_cast<double>(thousandths); // exact
-    thousandths += fraction > 0.5 ? 1 : 0;
-    if (std::fabs(fraction - 0.5) <= kNearHalf)
-        RoundOnPower<uint64_t>(value, static_cast<uint64_t>(kThousand), thousandths);
+    const double rounded = scaled + kTwoTo52;
+    uint64_t thousandths = std::bit_cast<uint64_t>(rounded) - kTwoTo52Bits;
+    const double fraction = scaled - (rounded - kTwoTo52); // exact, within a half of zero
+    if (std::fabs(fraction) >= 0.5 - kNearHalf) [[unlikely]]
+    {
+        uint64_t exact = 0;
+        RoundOnPower<uint64_t>(value, static_cast<uint64_t>(kThousand), exact);
+        thousandths = exact;
+    }
     if (thousandths >= static_cast<uint64_t>(kBillionThousandths))
         return FormatF14_3Wide(value, dst, size);
     return PutF14_3(thousandths, std::signbit(value), dst);
