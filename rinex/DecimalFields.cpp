@@ -105,38 +105,46 @@ bool RoundOnPower(double value, uint64_t power, uint64_t& units)
     return true;
 }
 
-// The digits of every number below 10^4 as four byte values 0 to 9, the
+// The digits of every number below 1000 as three byte values 0 to 9, the
 // first digit in the lowest byte, so that a group lands in memory in reading
-// order. Made once, at compile time; 40 KB.
-constexpr uint32_t kGroupCount = 10000;
-constexpr std::array<uint32_t, kGroupCount> MakeFourDigitGroups()
+// order; the fourth byte is zero. Made once, at compile time; 4 KB.
+constexpr uint32_t kGroupCount = 1000;
+constexpr std::array<uint32_t, kGroupCount> MakeThreeDigitGroups()
 {
     std::array<uint32_t, kGroupCount> groups{};
     for (uint32_t v = 0; v < kGroupCount; ++v)
-        groups[v] = (v / 1000) | (v / 100 % 10) << 8 | (v / 10 % 10) << 16 | (v % 10) << 24;
+        groups[v] = (v / 100) | (v / 10 % 10) << 8 | (v % 10) << 16;
     return groups;
 }
-constexpr std::array<uint32_t, kGroupCount> kFourDigitGroups = MakeFourDigitGroups();
+constexpr std::array<uint32_t, kGroupCount> kThreeDigitGroups = MakeThreeDigitGroups();
 
 // "%14.3f" of a value whose magnitude rounds to `thousandths`, below a
 // billion whole units: the field is always 14 characters, and `dst` holds
-// at least 17 bytes. The twelve digits are three groups of four: columns 1
-// to 8 take the first two, with the leading zeros turned to blanks; column 9
-// (the last whole digit, never blank) and the decimals behind the point take
-// the third.
+// at least 17 bytes. The twelve digits are four groups of three: millions,
+// thousands and units of the whole part, and the decimals. Columns 1 to 8
+// take the first eight whole digits, with the leading zeros turned to
+// blanks; column 9 (the last whole digit, never blank), the point and the
+// decimals follow.
 size_t PutF14_3(uint64_t thousandths, bool negative, char* dst)
 {
     constexpr uint64_t kAsciiZeros = 0x3030303030303030;
     constexpr uint64_t kBlanks = 0x2020202020202020;
+    constexpr uint64_t kThousand = kGroupCount;
+    constexpr uint32_t kGroupBits = 24;
+    constexpr uint32_t kLastDigitShift = 16;
     constexpr uint64_t kPointInSecondByte = uint64_t{'.'} << 8;
-    constexpr uint64_t kFirstByte = 0xFF;
-    constexpr uint64_t kSecondToFourthBytes = 0xFFFFFF00;
-    const uint64_t upper = thousandths / (uint64_t{kGroupCount} * kGroupCount);
-    const uint64_t middleAndUpper = thousandths / kGroupCount;
-    const uint64_t lower = thousandths - middleAndUpper * kGroupCount;
-    const uint64_t middle = middleAndUpper - upper * kGroupCount;
+    constexpr uint64_t kDigitsAroundPoint = 0x3030300030; // ASCII zeros in the digit bytes of the tail
+    const uint64_t units = thousandths / kThousand;
+    const uint64_t thousands = thousandths / (kThousand * kThousand);
+    const uint64_t millions = thousandths / (kThousand * kThousand * kThousand);
+    const uint32_t millionsGroup = kThreeDigitGroups[millions];
+    const uint32_t thousandsGroup = kThreeDigitGroups[thousands - millions * kThousand];
+    const uint32_t unitsGroup = kThreeDigitGroups[units - thousands * kThousand];
+    const uint32_t decimalsGroup = kThreeDigitGroups[thousandths - units * kThousand];
 
-    const uint64_t whole = kFourDigitGroups[upper] | uint64_t{kFourDigitGroups[middle]} << 32;
+    // The first eight whole digits; the third of the units is cut off here.
+    const uint64_t whole = millionsGroup | uint64_t{thousandsGroup} << kGroupBits | uint64_t{unitsGroup}
+                                                                                        << (2 * kGroupBits);
     // The bits below the lowest set bit cover exactly the leading zero
     // digits (all eight when there is none), and the low bits of the first
     // nonzero one, which are zero in both the digit and the blank.
@@ -145,8 +153,8 @@ size_t PutF14_3(uint64_t thousandths, bool negative, char* dst)
     const uint64_t head = wholeText ^ ((wholeText ^ kBlanks) & leading);
     // The last whole digit, the point and the decimals; the bytes above are
     // zero and give the terminator.
-    const uint64_t lastText = kFourDigitGroups[lower] | kAsciiZeros;
-    const uint64_t tail = (lastText & kFirstByte) | kPointInSecondByte | (lastText & kSecondToFourthBytes) << 8;
+    const uint64_t tail = ((unitsGroup >> kLastDigitShift) | kPointInSecondByte | uint64_t{decimalsGroup} << 16) |
+                          kDigitsAroundPoint;
     const uint32_t blanks = static_cast<uint32_t>(std::countr_zero(whole)) / 8; // leading blanks in columns 1 to 8
 
     dst[0] = ' ';
