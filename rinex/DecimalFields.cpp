@@ -129,18 +129,19 @@ size_t PutF14_3(uint64_t thousandths, bool negative, char* dst)
 {
     constexpr uint64_t kAsciiZeros = 0x3030303030303030;
     constexpr uint64_t kBlanks = 0x2020202020202020;
-    constexpr uint64_t kThousand = kGroupCount;
+    constexpr uint32_t kThousand = kGroupCount;
     constexpr uint32_t kGroupBits = 24;
     constexpr uint32_t kLastDigitShift = 16;
     constexpr uint64_t kPointInSecondByte = uint64_t{'.'} << 8;
     constexpr uint64_t kDigitsAroundPoint = 0x3030300030; // ASCII zeros in the digit bytes of the tail
-    const uint64_t units = thousandths / kThousand;
-    const uint64_t thousands = thousandths / (kThousand * kThousand);
-    const uint64_t millions = thousandths / (kThousand * kThousand * kThousand);
+    // Below a billion the whole part fits 32 bits, whose divisions are cheaper.
+    const uint32_t units = static_cast<uint32_t>(thousandths / kThousand);
+    const uint32_t thousands = units / kThousand;
+    const uint32_t millions = units / (kThousand * kThousand);
     const uint32_t millionsGroup = kThreeDigitGroups[millions];
     const uint32_t thousandsGroup = kThreeDigitGroups[thousands - millions * kThousand];
     const uint32_t unitsGroup = kThreeDigitGroups[units - thousands * kThousand];
-    const uint32_t decimalsGroup = kThreeDigitGroups[thousandths - units * kThousand];
+    const uint32_t decimalsGroup = kThreeDigitGroups[thousandths - uint64_t{units} * kThousand];
 
     // The first eight whole digits; the third of the units is cut off here.
     const uint64_t whole = millionsGroup | uint64_t{thousandsGroup} << kGroupBits | uint64_t{unitsGroup}
@@ -210,7 +211,9 @@ bool RoundToDecimals(double value, uint32_t decimals, uint64_t& units)
 size_t FormatF14_3(double value, char* dst, size_t size)
 {
     constexpr double kThousand = 1000;
-    constexpr double kBillionThousandths = 1e12;
+    constexpr uint64_t kBillionThousandths = 1000000000000;
+    // Products below this round to fewer than a billion whole units.
+    constexpr double kFastProductLimit = 1e12 - 0.5;
     // Adding 2^52 to a double below 2^51 rounds it to the nearest whole
     // number and leaves that number in the stored mantissa bits.
     constexpr double kTwoTo52 = 4503599627370496.0;
@@ -220,19 +223,17 @@ size_t FormatF14_3(double value, char* dst, size_t size)
     // exact rounding decides.
     constexpr double kNearHalf = 1.0 / 4096;
     const double scaled = std::fabs(value) * kThousand;
-    if (!(scaled < kBillionThousandths) || size < kMinFastDestination)
+    if (!(scaled < kFastProductLimit) || size < kMinFastDestination)
         return FormatF14_3Wide(value, dst, size);
     const double rounded = scaled + kTwoTo52;
     uint64_t thousandths = std::bit_cast<uint64_t>(rounded) - kTwoTo52Bits;
     const double fraction = scaled - (rounded - kTwoTo52); // exact, within a half of zero
     if (std::fabs(fraction) >= 0.5 - kNearHalf) [[unlikely]]
     {
-        uint64_t exact = 0;
-        RoundOnPower<uint64_t>(value, static_cast<uint64_t>(kThousand), exact);
-        thousandths = exact;
+        RoundOnPower<uint64_t>(value, static_cast<uint64_t>(kThousand), thousandths);
+        if (thousandths >= kBillionThousandths)
+            return FormatF14_3Wide(value, dst, size);
     }
-    if (thousandths >= static_cast<uint64_t>(kBillionThousandths))
-        return FormatF14_3Wide(value, dst, size);
     return PutF14_3(thousandths, std::signbit(value), dst);
 }
 
