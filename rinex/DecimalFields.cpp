@@ -1,8 +1,6 @@
 #include "rinex/DecimalFields.h"
 
 #include <algorithm>
-#include <array>
-#include <bit>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -70,9 +68,8 @@ size_t PutPadded(const char (&text)[kTextSize], const char* at, uint32_t width, 
     return length;
 }
 
-// RoundToDecimals for the power of ten `power`, computed in `Wide`, which
-// must hold the product of a 53-bit mantissa and the power.
-template <typename Wide>
+// RoundToDecimals for the power of ten `power`, computed in 128 bits, which
+// hold the product of a 53-bit mantissa and the power.
 bool RoundOnPower(double value, uint64_t power, uint64_t& units)
 {
     const double magnitude = std::fabs(value);
@@ -90,80 +87,19 @@ bool RoundOnPower(double value, uint64_t power, uint64_t& units)
         mantissa |= uint64_t{1} << kStoredMantissaBits; // the hidden bit of a normal number
     // A subnormal number has the exponent of the smallest normal one.
     const int shift = kExponentBias + kStoredMantissaBits - (biased != 0 ? biased : 1); // at least 23 below the limit
-    const Wide product = static_cast<Wide>(mantissa) * power;
-    constexpr int kProductBits = 8 * sizeof(Wide);
+    const Uint128 product = static_cast<Uint128>(mantissa) * power;
+    constexpr int kProductBits = 8 * sizeof(Uint128);
     if (shift >= kProductBits)
     {
         units = 0; // the product is below half a unit
         return true;
     }
     units = static_cast<uint64_t>(product >> shift);
-    const Wide rest = product & ((Wide{1} << shift) - 1);
-    const Wide half = Wide{1} << (shift - 1);
+    const Uint128 rest = product & ((Uint128{1} << shift) - 1);
+    const Uint128 half = Uint128{1} << (shift - 1);
     if (rest > half || (rest == half && (units & 1) != 0))
         ++units;
     return true;
-}
-
-// The digits of every number below 1000 as three byte values 0 to 9, the
-// first digit in the lowest byte, so that a group lands in memory in reading
-// order; the fourth byte is zero. Made once, at compile time; 4 KB.
-constexpr uint32_t kGroupCount = 1000;
-constexpr std::array<uint32_t, kGroupCount> MakeThreeDigitGroups()
-{
-    std::array<uint32_t, kGroupCount> groups{};
-    for (uint32_t v = 0; v < kGroupCount; ++v)
-        groups[v] = (v / 100) | (v / 10 % 10) << 8 | (v % 10) << 16;
-    return groups;
-}
-constexpr std::array<uint32_t, kGroupCount> kThreeDigitGroups = MakeThreeDigitGroups();
-
-// "%14.3f" of a value whose magnitude rounds to `thousandths`, below a
-// billion whole units: the field is always 14 characters, and `dst` holds
-// at least 17 bytes. The twelve digits are four groups of three: millions,
-// thousands and units of the whole part, and the decimals. Columns 1 to 8
-// take the first eight whole digits, with the leading zeros turned to
-// blanks; column 9 (the last whole digit, never blank), the point and the
-// decimals follow.
-size_t PutF14_3(uint64_t thousandths, bool negative, char* dst)
-{
-    constexpr uint64_t kAsciiZeros = 0x3030303030303030;
-    constexpr uint64_t kBlanks = 0x2020202020202020;
-    constexpr uint32_t kThousand = kGroupCount;
-    constexpr uint32_t kGroupBits = 24;
-    constexpr uint32_t kLastDigitShift = 16;
-    constexpr uint64_t kPointInSecondByte = uint64_t{'.'} << 8;
-    constexpr uint64_t kDigitsAroundPoint = 0x3030300030; // ASCII zeros in the digit bytes of the tail
-    // Below a billion the whole part fits 32 bits, whose divisions are cheaper.
-    const uint32_t units = static_cast<uint32_t>(thousandths / kThousand);
-    const uint32_t thousands = units / kThousand;
-    const uint32_t millions = units / (kThousand * kThousand);
-    const uint32_t millionsGroup = kThreeDigitGroups[millions];
-    const uint32_t thousandsGroup = kThreeDigitGroups[thousands - millions * kThousand];
-    const uint32_t unitsGroup = kThreeDigitGroups[units - thousands * kThousand];
-    const uint32_t decimalsGroup = kThreeDigitGroups[thousandths - uint64_t{units} * kThousand];
-
-    // The first eight whole digits; the third of the units is cut off here.
-    const uint64_t whole = millionsGroup | uint64_t{thousandsGroup} << kGroupBits | uint64_t{unitsGroup}
-                                                                                        << (2 * kGroupBits);
-    // The bits below the lowest set bit cover exactly the leading zero
-    // digits (all eight when there is none), and the low bits of the first
-    // nonzero one, which are zero in both the digit and the blank.
-    const uint64_t leading = (whole & (0 - whole)) - 1;
-    const uint64_t wholeText = whole | kAsciiZeros;
-    const uint64_t head = wholeText ^ ((wholeText ^ kBlanks) & leading);
-    // The last whole digit, the point and the decimals; the bytes above are
-    // zero and give the terminator.
-    const uint64_t tail = ((unitsGroup >> kLastDigitShift) | kPointInSecondByte | uint64_t{decimalsGroup} << 16) |
-                          kDigitsAroundPoint;
-    const uint32_t blanks = static_cast<uint32_t>(std::countr_zero(whole)) / 8; // leading blanks in columns 1 to 8
-
-    dst[0] = ' ';
-    std::memcpy(dst + 1, &head, sizeof(head));
-    std::memcpy(dst + 9, &tail, sizeof(tail));
-    dst[blanks] = negative ? '-' : ' '; // in front of the first digit
-    constexpr size_t kWidth = 14;
-    return kWidth;
 }
 
 template <uint32_t Width, uint32_t Decimals>
@@ -171,7 +107,7 @@ size_t FormatFixed(double value, char* dst, size_t size, const char* format)
 {
     static_assert(Width < kTextSize && Decimals <= kMaxDecimals);
     uint64_t units = 0;
-    if (size < kMinFastDestination || !RoundOnPower<Uint128>(value, kPowersOfTen[Decimals], units))
+    if (size < kMinFastDestination || !RoundOnPower(value, kPowersOfTen[Decimals], units))
         return static_cast<size_t>(std::snprintf(dst, size, format, value));
 
     char text[kTextSize];
@@ -195,46 +131,19 @@ size_t FormatFixed(double value, char* dst, size_t size, const char* format)
         *--at = '-';
     return PutPadded(text, at, Width, dst);
 }
-// The values the fast path of "%14.3f" doesn't take, kept out of line so
-// that the fast path needs no stack frame.
-[[gnu::noinline, gnu::cold]] size_t FormatF14_3Wide(double value, char* dst, size_t size)
-{
-    return FormatFixed<14, 3>(value, dst, size, "%14.3f");
-}
 } // namespace
 
 bool RoundToDecimals(double value, uint32_t decimals, uint64_t& units)
 {
-    return decimals <= kMaxDecimals && RoundOnPower<Uint128>(value, kPowersOfTen[decimals], units);
+    return decimals <= kMaxDecimals && RoundOnPower(value, kPowersOfTen[decimals], units);
 }
 
 size_t FormatF14_3(double value, char* dst, size_t size)
 {
-    constexpr double kThousand = 1000;
-    constexpr uint64_t kBillionThousandths = 1000000000000;
-    // Products below this round to fewer than a billion whole units.
-    constexpr double kFastProductLimit = 1e12 - 0.5;
-    // Adding 2^52 to a double below 2^51 rounds it to the nearest whole
-    // number and leaves that number in the stored mantissa bits.
-    constexpr double kTwoTo52 = 4503599627370496.0;
-    constexpr uint64_t kTwoTo52Bits = 0x4330000000000000;
-    // The product in doubles lies within 2^-14 of the exact one below 2^40,
-    // so it rounds the same unless its fraction is near one half; there the
-    // exact rounding decides.
-    constexpr double kNearHalf = 1.0 / 4096;
-    const double scaled = std::fabs(value) * kThousand;
-    if (!(scaled < kFastProductLimit) || size < kMinFastDestination)
-        return FormatF14_3Wide(value, dst, size);
-    const double rounded = scaled + kTwoTo52;
-    uint64_t thousandths = std::bit_cast<uint64_t>(rounded) - kTwoTo52Bits;
-    const double fraction = scaled - (rounded - kTwoTo52); // exact, within a half of zero
-    if (std::fabs(fraction) >= 0.5 - kNearHalf) [[unlikely]]
-    {
-        RoundOnPower<uint64_t>(value, static_cast<uint64_t>(kThousand), thousandths);
-        if (thousandths >= kBillionThousandths)
-            return FormatF14_3Wide(value, dst, size);
-    }
-    return PutF14_3(thousandths, std::signbit(value), dst);
+    constexpr size_t kWidth = 14;
+    if (size >= kMinFastDestination && TryFormatF14_3(value, dst))
+        return kWidth;
+    return FormatFixed<kWidth, 3>(value, dst, size, "%14.3f");
 }
 
 size_t FormatF11_7(double value, char* dst, size_t size)

@@ -75,16 +75,17 @@ void AppendValue(char* line, size_t size, size_t& length, double value, char lli
     constexpr size_t kFieldWidth = 14;
     constexpr uint32_t kLargestDigit = 9;
     // A value wider than its field, or no room, takes printf from the same place.
+    char* at = line + length;
     if (strength > kLargestDigit || length + kFieldWidth + 2 >= size ||
-        FormatF14_3(value, line + length, size - length) != kFieldWidth)
+        (!TryFormatF14_3(value, at) && FormatF14_3(value, at, size - length) != kFieldWidth))
     {
         AppendFormat(line, size, length, "%14.3f%c%1u", value, lli, strength);
         return;
     }
-    length += kFieldWidth;
-    line[length++] = lli;
-    line[length++] = static_cast<char>('0' + strength);
-    line[length] = '\0';
+    at[kFieldWidth] = lli;
+    at[kFieldWidth + 1] = static_cast<char>('0' + strength);
+    at[kFieldWidth + 2] = '\0';
+    length += kFieldWidth + 2;
 }
 
 // The system letter and the satellite number, as "G%02.2d" gives them.
