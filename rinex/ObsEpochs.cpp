@@ -68,24 +68,42 @@ __attribute__((format(printf, 4, 5))) void AppendFormat(char* line, size_t size,
         length = std::min(length + static_cast<size_t>(n), size - 1);
 }
 
-// One value with its loss-of-lock character and strength digit, as
-// "%14.3f%c%1u" gives them.
-void AppendValue(char* line, size_t size, size_t& length, double value, char lli, uint32_t strength)
+constexpr size_t kValueWidth = 14;
+constexpr uint32_t kLargestDigit = 9;
+
+// The values AppendValue doesn't make inline: a value the inline field
+// doesn't take, a strength of more than one digit, or a line near its end.
+// A value wider than its field, or no room, takes printf from the same place.
+[[gnu::cold, gnu::noinline]] void AppendValueSlowly(char* line, size_t size, size_t& length, double value, char lli,
+                                                    uint32_t strength)
 {
-    constexpr size_t kFieldWidth = 14;
-    constexpr uint32_t kLargestDigit = 9;
-    // A value wider than its field, or no room, takes printf from the same place.
     char* at = line + length;
-    if (strength > kLargestDigit || length + kFieldWidth + 2 >= size ||
-        (!TryFormatF14_3(value, at) && FormatF14_3(value, at, size - length) != kFieldWidth))
+    if (strength > kLargestDigit || length + kValueWidth + 2 >= size ||
+        FormatF14_3(value, at, size - length) != kValueWidth)
     {
         AppendFormat(line, size, length, "%14.3f%c%1u", value, lli, strength);
         return;
     }
-    at[kFieldWidth] = lli;
-    at[kFieldWidth + 1] = static_cast<char>('0' + strength);
-    at[kFieldWidth + 2] = '\0';
-    length += kFieldWidth + 2;
+    at[kValueWidth] = lli;
+    at[kValueWidth + 1] = static_cast<char>('0' + strength);
+    at[kValueWidth + 2] = '\0';
+    length += kValueWidth + 2;
+}
+
+// One value with its loss-of-lock character and strength digit, as
+// "%14.3f%c%1u" gives them.
+inline void AppendValue(char* line, size_t size, size_t& length, double value, char lli, uint32_t strength)
+{
+    char* at = line + length;
+    if (strength > kLargestDigit || length + kValueWidth + 2 >= size || !TryFormatF14_3(value, at)) [[unlikely]]
+    {
+        AppendValueSlowly(line, size, length, value, lli, strength);
+        return;
+    }
+    at[kValueWidth] = lli;
+    at[kValueWidth + 1] = static_cast<char>('0' + strength);
+    at[kValueWidth + 2] = '\0';
+    length += kValueWidth + 2;
 }
 
 // The system letter and the satellite number, as "G%02.2d" gives them.
