@@ -42,10 +42,10 @@ void AppendIntField(char* line, size_t size, size_t& length, int32_t value, uint
 
 // The "%14.3f" field written inline, for the satellite lines that make it in
 // bulk: 14 characters and a terminator at `dst`, which holds at least 17
-// bytes. False, with the bytes at `dst` undefined, for a value it doesn't
-// take: a magnitude of a billion or more, infinities and NaN, and a product
-// with a thousand that lies too near a half to be rounded in doubles. Those
-// go to FormatF14_3.
+// bytes. False, writing nothing, for a value it doesn't take: a magnitude
+// of a billion or more, infinities and NaN, and a product with a thousand
+// that lies too near a half to be rounded in doubles. Those go to
+// FormatF14_3.
 inline bool TryFormatF14_3(double value, char* dst);
 
 namespace DecimalFieldsDetail

@@ -71,6 +71,17 @@ __attribute__((format(printf, 4, 5))) void AppendFormat(char* line, size_t size,
 constexpr size_t kValueWidth = 14;
 constexpr uint32_t kLargestDigit = 9;
 
+// Puts the loss-of-lock character and the strength digit behind the value
+// field made at the line's end, and takes the three into the line.
+void PutFlagsBehindValue(char* line, size_t& length, char lli, uint32_t strength)
+{
+    char* at = line + length + kValueWidth;
+    at[0] = lli;
+    at[1] = static_cast<char>('0' + strength);
+    at[2] = '\0';
+    length += kValueWidth + 2;
+}
+
 // The values AppendValue doesn't make inline: a value the inline field
 // doesn't take, a strength of more than one digit, or a line near its end.
 // A value wider than its field, or no room, takes printf from the same place.
@@ -84,10 +95,7 @@ constexpr uint32_t kLargestDigit = 9;
         AppendFormat(line, size, length, "%14.3f%c%1u", value, lli, strength);
         return;
     }
-    at[kValueWidth] = lli;
-    at[kValueWidth + 1] = static_cast<char>('0' + strength);
-    at[kValueWidth + 2] = '\0';
-    length += kValueWidth + 2;
+    PutFlagsBehindValue(line, length, lli, strength);
 }
 
 // One value with its loss-of-lock character and strength digit, as
@@ -100,10 +108,7 @@ inline void AppendValue(char* line, size_t size, size_t& length, double value, c
         AppendValueSlowly(line, size, length, value, lli, strength);
         return;
     }
-    at[kValueWidth] = lli;
-    at[kValueWidth + 1] = static_cast<char>('0' + strength);
-    at[kValueWidth + 2] = '\0';
-    length += kValueWidth + 2;
+    PutFlagsBehindValue(line, length, lli, strength);
 }
 
 // The system letter and the satellite number, as "G%02.2d" gives them.
