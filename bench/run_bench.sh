@@ -61,6 +61,8 @@ now_ns() { date +%s%N; }
 
 median() { sort -g | awk '{ v[NR] = $1 } END { if (NR % 2) print v[(NR + 1) / 2]; else print (v[NR / 2] + v[NR / 2 + 1]) / 2 }'; }
 
+spread() { sort -g | awk 'NR == 1 { lo = $1 } { hi = $1 } END { printf "%.3f to %.3f", lo, hi }'; }
+
 # One conversion; prints "seconds max-rss-KiB user-seconds system-seconds".
 # File names are relative: the tool takes an argument that starts with "/"
 # for an option.
@@ -114,9 +116,13 @@ READ=$(awk '{ print $1 }' floor.txt | median)
 WRITE=$(awk '{ print $2 }' floor.txt | median)
 FLOOR=$(awk '{ print $1 + $2 }' floor.txt | median)
 PIPED=$(awk '{ print $1 + $3 }' floor.txt | median)
+# The spread over the runs: the floor's writing swings widely between runs.
+CONV_RANGE=$(awk '{ print $1 }' conv.txt | spread)
+FLOOR_RANGE=$(awk '{ print $1 + $2 }' floor.txt | spread)
 
 awk -v log_bytes="$LOG_BYTES" -v out_bytes="$OUT_BYTES" -v conv="$CONV" -v rss="$RSS" -v rd="$READ" \
-    -v wr="$WRITE" -v floor="$FLOOR" -v piped="$PIPED" -v user="$USER" -v sys="$SYS" -v runs="$RUNS" 'BEGIN {
+    -v wr="$WRITE" -v floor="$FLOOR" -v piped="$PIPED" -v user="$USER" -v sys="$SYS" -v runs="$RUNS" \
+    -v conv_range="$CONV_RANGE" -v floor_range="$FLOOR_RANGE" 'BEGIN {
     ratio = conv / floor
     printf "log            %.1f MB (%d bytes)\n", log_bytes / 1e6, log_bytes
     printf "outputs        %.1f MB (%d bytes)\n", out_bytes / 1e6, out_bytes
@@ -127,6 +133,7 @@ awk -v log_bytes="$LOG_BYTES" -v out_bytes="$OUT_BYTES" -v conv="$CONV" -v rss="
     printf "ratio          %.2f x floor   target at most 4: %s\n", ratio, ratio <= 4 ? "met" : "MISSED"
     printf "piped floor    %.3f s, ratio %.2f (the outputs written from user space)   target at most 4: %s\n", piped,
         conv / piped, conv / piped <= 4 ? "met" : "MISSED"
+    printf "spread         conversion %s s, floor %s s over the %d runs\n", conv_range, floor_range, runs
 }'
 
 if [[ $CALLGRIND == 1 ]]; then
