@@ -16,7 +16,7 @@ struct CBin96Frame
                          bool lock = true, double range = 2.2e7, double phase = 1.2e7)
     {
         const size_t at = 12 + 24 * n; // frame offset 20 + 24n, behind the 8-byte header
-        m_Payload.PutU32At(at, prn | snr << 8 | 0xAAu << 16 | slip << 24);
+        m_Payload.PutU32At(at, prn | snr << 8 | 0xFFu << 16 | slip << 24);
         m_Payload.PutU32At(at + 4, static_cast<uint32_t>(doppler) << 4 | 0xEu | (lock ? 1u : 0u));
         m_Payload.PutDoubleAt(at + 8, range).PutDoubleAt(at + 16, phase);
         return *this;
