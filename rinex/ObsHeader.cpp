@@ -20,8 +20,6 @@
 namespace
 {
 
-constexpr uint32_t kLineBytes = 81; // 80 characters and the line feed
-
 // Half a unit of the header's sixth decimal, added to the last epoch's time.
 constexpr double kLastObsOffset = 5e-07;
 

@@ -26,6 +26,8 @@ struct SObsEntry
 
 // Ready-made header lines of the site, from -H or from the log's records.
 constexpr uint32_t kHeaderLineSize = 81; // 80 characters and the terminator
+// A header line in the file: 80 characters and the line feed.
+constexpr uint32_t kLineBytes = 81;
 struct SExternalHeader
 {
     uint8_t m_bPresent;
@@ -52,14 +54,14 @@ struct SHeaderLineMemo
     static constexpr uint32_t kMaxLines = 3;
     double m_adKey[kMaxKeys];
     uint32_t m_uKeys = 0; // 0: nothing kept
-    char m_szText[kMaxLines * 81 + 1];
+    char m_szText[kMaxLines * kLineBytes + 1];
 };
 
 // The header as it is made, before it goes to the file in one piece.
 struct SHeaderImage
 {
     static constexpr size_t kMaxLines = 40;
-    char m_aText[kMaxLines * 81];
+    char m_aText[kMaxLines * kLineBytes];
     size_t m_uLength = 0;
 
     // Appends `text`, cut at the image's end. Inline, so that a fixed line's
