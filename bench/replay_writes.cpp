@@ -11,16 +11,14 @@
 // file's.
 //
 // usage: replay_writes OBS_FILE OUTPUT
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
-#include <cstring>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "platform/FileIo.h"
 
 namespace
 {
@@ -72,19 +70,6 @@ bool ReadPattern(const char* path, SWritePattern& pattern)
     return !inHeader && pattern.m_uLastObsLine != std::string::npos;
 }
 
-bool WriteAll(int fd, const char* data, size_t length, off_t at, bool positioned)
-{
-    while (length > 0)
-    {
-        const ssize_t n = positioned ? pwrite(fd, data, length, at) : write(fd, data, length);
-        if (n <= 0)
-            return false;
-        data += n;
-        length -= static_cast<size_t>(n);
-        at += n;
-    }
-    return true;
-}
 } // namespace
 
 int main(int argc, char** argv)
@@ -105,22 +90,25 @@ int main(int argc, char** argv)
         largest = std::max(largest, bytes);
     const std::string text(largest, ' ');
 
+    // The output is a buffered stream like the conversion's: an epoch waits
+    // in its buffer until the next flush, which puts it out and then writes
+    // the header's line in place.
     const auto start = std::chrono::steady_clock::now();
-    const int fd = open(argv[2], O_CREAT | O_TRUNC | O_WRONLY, 0644);
-    if (fd < 0)
+    std::FILE* out = std::fopen(argv[2], "w+");
+    if (!out)
     {
         std::fprintf(stderr, "replay_writes: cannot write %s\n", argv[2]);
         return 1;
     }
-    bool ok = WriteAll(fd, text.data(), pattern.m_uHeaderBytes, 0, false);
+    bool ok = std::fwrite(text.data(), 1, pattern.m_uHeaderBytes, out) == pattern.m_uHeaderBytes;
     for (const size_t bytes : pattern.m_aEpochBytes)
     {
         if (!ok)
             break;
-        ok = WriteAll(fd, text.data(), bytes, 0, false) &&
-             WriteAll(fd, text.data(), kLineBytes, static_cast<off_t>(pattern.m_uLastObsLine), true);
+        ok = std::fwrite(text.data(), 1, bytes, out) == bytes &&
+             WriteAtStreamPos(out, static_cast<StreamPos>(pattern.m_uLastObsLine), text.data(), kLineBytes);
     }
-    ok = close(fd) == 0 && ok;
+    ok = std::fclose(out) == 0 && ok;
     const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
     if (!ok)
     {
