@@ -110,6 +110,20 @@ protected:
         return LinesOf(text);
     }
 
+    // Two passes of a new writer over this file, with the leap seconds at
+    // `first` for the first and at `second` for the second; the file's lines.
+    template <typename Writer>
+    std::vector<std::string> TwoPassesAcrossLeapChange(int32_t& leapSeconds, int32_t first, int32_t second)
+    {
+        Writer writer;
+        writer.SetFile(m_pFile);
+        leapSeconds = first;
+        writer.WritePending(true);
+        leapSeconds = second;
+        writer.WritePending(true);
+        return Lines();
+    }
+
     std::FILE* m_pFile = nullptr;
     int16_t m_aSavedChannel[kGlonassSlots];
 };
@@ -269,13 +283,7 @@ TEST_F(NavRecords, GlonassFrequencyGoesByNOfString4ElseByTheRowAndTheLeapSeconds
     r.m_uSlot = 0;                            // n out of range: the row's channel
     g_GlonassNavState.m_aGloEphemeris[0] = r;
 
-    CWriteRinexGlonassNav writer;
-    writer.SetFile(m_pFile);
-    g_iGpsLeapSeconds = 18;
-    writer.WritePending(true);
-    g_iGpsLeapSeconds = 19;
-    writer.WritePending(true);
-    const std::vector<std::string> lines = Lines();
+    const std::vector<std::string> lines = TwoPassesAcrossLeapChange<CWriteRinexGlonassNav>(g_iGpsLeapSeconds, 18, 19);
     ASSERT_EQ(lines.size(), 5u + 2 * 4);
     EXPECT_EQ(lines[3], "    18                                                      LEAP SECONDS        \n");
     EXPECT_EQ(lines[5].substr(0, 3) + FieldOf(lines[7], 3), "R01" + DField(2.0, 12));
@@ -343,13 +351,7 @@ TEST_F(NavRecords, BeidouPassStopsAtSatellite32AndFillsTheLeapSecondsOnce)
 {
     g_BeidouNavState.m_aEphemeris[6] = GpsRecord(36);
     g_BeidouNavState.m_aEphemeris[32] = GpsRecord(36);
-    CWriteRinexBeiDouNav writer;
-    writer.SetFile(m_pFile);
-    g_iBeidouLeapSeconds = 4;
-    writer.WritePending(true);
-    g_iBeidouLeapSeconds = 5;
-    writer.WritePending(true);
-    const std::vector<std::string> lines = Lines();
+    const std::vector<std::string> lines = TwoPassesAcrossLeapChange<CWriteRinexBeiDouNav>(g_iBeidouLeapSeconds, 4, 5);
     ASSERT_EQ(lines.size(), 7u + 8);
     EXPECT_EQ(lines[7].substr(0, 23), "C07 2020 06 21 04 59 46");
     EXPECT_EQ(lines[5], "     4                                                      LEAP SECONDS        \n");
