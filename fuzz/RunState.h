@@ -22,6 +22,7 @@
 #include "navstate/BeidouSubFrame.h"
 #include "navstate/GlonassFrequencies.h"
 #include "navstate/NavState.h"
+#include "navstate/UtcState.h"
 #include "obsconv/ObsSlots.h"
 #include "rinex/BeidouNavWriter.h"
 #include "rinex/GlonassNavWriter.h"

@@ -49,6 +49,19 @@ constexpr uint32_t kBin66SecondsOffset = 8;
 constexpr uint32_t kBin36SecondsOffset = 8;
 constexpr uint32_t kBin35ChannelOffset = 10;
 
+// BIN94: ionosphere (four alphas, four betas) and UTC parameters.
+constexpr uint32_t kBin94FilledOffset = 4; // bytes 4 to 7 not zero: a copy is stored
+constexpr uint32_t kBin94Alpha0 = 8;       // four doubles
+constexpr uint32_t kBin94Beta0 = 40;       // four doubles
+constexpr uint32_t kBin94A0 = 72;
+constexpr uint32_t kBin94A1 = 80;
+constexpr uint32_t kBin94Tot = 88;
+constexpr uint32_t kBin94Wnt = 92;
+constexpr uint32_t kBin94WnLsf = 94;
+constexpr uint32_t kBin94Dn = 96;
+constexpr uint32_t kBin94DtLs = 98;
+constexpr uint32_t kBin94DtLsf = 100;
+
 // The last accepted copy of each message that is only stored: overwritten
 // whole by every accepted message of its number, zero until the first.
 struct SStoredMessages

@@ -6,6 +6,7 @@
 #include "logio/BinaryMessages.h"
 #include "logio/ByteReader.h"
 #include "navstate/NavState.h"
+#include "navstate/UtcState.h"
 #include "platform/Trace.h"
 #include "rinex/BeidouNavWriter.h"
 #include "rinex/NumberFields.h"
@@ -69,16 +70,13 @@ void CWriteRinexBeiDouNav::WriteHeader()
 
 void CWriteRinexBeiDouNav::WritePending(bool force)
 {
-    // Without a file the pass doesn't run, so it doesn't bring pending
-    // records into use either.
-    if (m_pFile == nullptr)
-        return;
-
+    // The pass runs with or without a file: it brings pending records into
+    // use, which the observations depend on.
     PassPendingRecords(*this, g_BeidouNavState, kLastBeidouNumber, force, &CWriteRinexBeiDouNav::WriteHeader,
                        &CWriteRinexNav::IssueKeyIode, &CWriteRinexBeiDouNav::WriteBeidouRecord);
 
-    // The leap seconds come from the GPS file's lines; until those are
-    // filled (or without a GPS file) the blank line stays.
+    // The leap seconds come from the run's UTC state; until it is taken the
+    // blank line stays.
     if (m_bHeaderWritten && g_iBeidouLeapSeconds != 0 && !m_bLeapPassDone)
     {
         if (!m_bLeapWritten)

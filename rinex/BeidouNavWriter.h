@@ -8,7 +8,7 @@
 
 // The BeiDou navigation file: the record of one satellite and issue in BDT,
 // the BDUT line from the stored BIN34, and the LEAP SECONDS line, which waits
-// for the GPS file to establish the run's leap seconds. The header reserves
+// for the run's UTC state to give the leap seconds. The header reserves
 // its four lines as the GPS header does; lines 0 and 1 stay blank COMMENT
 // lines.
 class CWriteRinexBeiDouNav : public CWriteRinexNav
@@ -19,8 +19,8 @@ public:
     void WriteHeader();
     // The pass over satellites 1 to 32: a record goes out when its toe key
     // differs from the last one written for the satellite. Then fills the
-    // LEAP SECONDS line once the GPS file has set the leap seconds, and the
-    // BDUT line once behind the header.
+    // LEAP SECONDS line once the run's UTC state gives the leap seconds, and
+    // the BDUT line once behind the header.
     void WritePending(bool force);
     // Appends the record of satellite `number` at the stream's position.
     void WriteBeidouRecord(uint32_t number, const SBeidouEphemeris& record);

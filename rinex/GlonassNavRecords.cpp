@@ -5,6 +5,7 @@
 #include "gnsstime/GpsTime.h"
 #include "navstate/GlonassFrequencies.h"
 #include "navstate/NavState.h"
+#include "navstate/UtcState.h"
 #include "platform/Trace.h"
 #include "rinex/GlonassNavWriter.h"
 #include "rinex/NumberFields.h"
@@ -134,16 +135,13 @@ void CWriteRinexGlonassNav::WriteHeaderFromPass()
 
 void CWriteRinexGlonassNav::WritePending(bool force)
 {
-    // Without a file the pass doesn't run, so it doesn't bring pending
-    // records into use either.
-    if (m_pFile == nullptr)
-        return;
-
+    // The pass runs with or without a file: it brings pending records into
+    // use, which the observations depend on.
     PassPendingRecords(*this, g_GlonassNavState, kGlonassSlots, force, &CWriteRinexGlonassNav::WriteHeaderFromPass,
                        &CWriteRinexGlonassNav::IssueKeyTb, &CWriteRinexGlonassNav::WriteGlonassRecord);
 
-    // The leap seconds come from the GPS file's lines; until those are
-    // filled (or without a GPS file) the placeholder stays.
+    // The leap seconds come from the run's UTC state; until it is taken the
+    // placeholder stays.
     if (m_bHeaderWritten && g_iGpsLeapSeconds != 0 && !m_bLeapPassDone)
     {
         FillLeapSecondsLine(g_iGpsLeapSeconds);

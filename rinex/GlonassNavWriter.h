@@ -8,7 +8,7 @@
 
 // The GLONASS navigation file: a four-line record per slot and tb, the GLUT
 // line that the first record fills in, and the LEAP SECONDS line, which waits
-// for the GPS file to establish the run's leap seconds. The header reserves
+// for the run's UTC state to give the leap seconds. The header reserves
 // only lines 2 (time correction) and 3 (leap seconds).
 class CWriteRinexGlonassNav : public CWriteRinexNav
 {
@@ -18,7 +18,7 @@ public:
     void WriteHeader();
     // The pass over slots 1 to 24: a record goes out when its tb differs from
     // the last one written for the slot. Then fills the LEAP SECONDS line once
-    // the GPS file has set the leap seconds.
+    // the run's UTC state gives the leap seconds.
     void WritePending(bool force);
     // Appends the record of `slot` at the stream's position; the first record
     // of the run fills the GLUT line.

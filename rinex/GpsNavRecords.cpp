@@ -6,15 +6,15 @@
 #include "logio/BinaryMessages.h"
 #include "logio/ByteReader.h"
 #include "navstate/NavState.h"
+#include "navstate/UtcState.h"
 #include "platform/Trace.h"
 #include "rinex/NavWriter.h"
 #include "rinex/NumberFields.h"
 
 // The GPS navigation file: its header, the record of one satellite, and the
 // ionosphere, UTC and leap second lines filled into the header from the stored
-// BIN94. This is also where the run learns its leap seconds and fills
-// g_UtcParams, which the GLONASS and BeiDou files and the time conversions
-// wait for.
+// BIN94. Its pass is also the moment the run takes its UTC state, with or
+// without a file to write.
 
 namespace
 {
@@ -35,22 +35,6 @@ constexpr double kTocPrintOffset = 0.05;
 constexpr double kCodesOnL2 = 1.0;
 constexpr double kL2PDataFlag = 0.0;
 constexpr double kSpare = 0.0;
-
-// SBinaryMsg94 field offsets from the frame's first byte.
-constexpr uint32_t kBin94FilledOffset = 4; // bytes 4 to 7 not zero: a copy is stored
-constexpr uint32_t kBin94Alpha0 = 8;       // four doubles
-constexpr uint32_t kBin94Beta0 = 40;       // four doubles
-constexpr uint32_t kBin94A0 = 72;
-constexpr uint32_t kBin94A1 = 80;
-constexpr uint32_t kBin94Tot = 88;
-constexpr uint32_t kBin94Wnt = 92;
-constexpr uint32_t kBin94WnLsf = 94;
-constexpr uint32_t kBin94Dn = 96;
-constexpr uint32_t kBin94DtLs = 98;
-constexpr uint32_t kBin94DtLsf = 100;
-
-constexpr int16_t kUtcParamsFilled = 2;
-constexpr int32_t kBeidouBehindGps = 14; // BDT = GPS time - 14 s
 
 // Fit intervals in hours.
 constexpr double kFitFlagClear = 4.0;
@@ -81,19 +65,6 @@ double FitHoursFromIodc(uint16_t iodc)
     if (iodc == 757)
         return 98.0;
     return 0.0;
-}
-
-// `value` truncated toward zero, held inside the signed 32-bit range; 0 for
-// NaN. Only UTC parameters far beyond any broadcast value get near the limits.
-int32_t TruncateToInt32(double value)
-{
-    if (std::isnan(value))
-        return 0;
-    if (value <= -2147483648.0)
-        return INT32_MIN;
-    if (value >= 2147483647.0)
-        return INT32_MAX;
-    return static_cast<int32_t>(value);
 }
 
 } // namespace
@@ -145,16 +116,14 @@ void CWriteRinexNav::WriteHeader()
 
 void CWriteRinexNav::WritePending(bool force)
 {
-    // Without a file the pass doesn't run at all, so it doesn't bring pending
-    // records into use either.
-    if (m_pFile == nullptr)
-        return;
-
+    // The pass runs with or without a file: it brings pending records into
+    // use, which the observations depend on.
     PassPendingRecords(*this, g_GpsNavState, kLastGpsNumber, force, &CWriteRinexNav::WriteHeader,
                        &CWriteRinexNav::IssueKeyIode, &CWriteRinexNav::WriteGpsRecord);
 
     if (m_bHeaderWritten && !m_bIonoWritten && Bin94Stored())
     {
+        TakeUtcParams(g_StoredMessages.m_Bin94.m_aFrame);
         WriteIonoUtc();
         m_bIonoWritten = 1;
     }
@@ -208,40 +177,9 @@ void CWriteRinexNav::WriteIonoUtc()
                      static_cast<unsigned long>(ReadU32(msg, kBin94Tot)),
                      static_cast<unsigned long>(ReadU16(msg, kBin94Wnt)));
 
-    // The one filling of the run's UTC parameters: a later BIN94 doesn't
-    // change them, as it doesn't change these lines.
-    SUtcParams& utc = g_UtcParams;
-    utc.m_uStatus = kUtcParamsFilled;
-    utc.m_dAlpha0 = ReadDouble(msg, kBin94Alpha0);
-    utc.m_dAlpha1 = ReadDouble(msg, kBin94Alpha0 + 8);
-    utc.m_dAlpha2 = ReadDouble(msg, kBin94Alpha0 + 16);
-    utc.m_dAlpha3 = ReadDouble(msg, kBin94Alpha0 + 24);
-    utc.m_dBeta0 = ReadDouble(msg, kBin94Beta0);
-    utc.m_dBeta1 = ReadDouble(msg, kBin94Beta0 + 8);
-    utc.m_dBeta2 = ReadDouble(msg, kBin94Beta0 + 16);
-    utc.m_dBeta3 = ReadDouble(msg, kBin94Beta0 + 24);
-    utc.m_dA0 = ReadDouble(msg, kBin94A0);
-    utc.m_dA1 = ReadDouble(msg, kBin94A1);
-    utc.m_uTot = ReadU32(msg, kBin94Tot);
-    utc.m_uWnt = ReadU16(msg, kBin94Wnt);
-    utc.m_uWnLsf = ReadU16(msg, kBin94WnLsf);
-    utc.m_uDn = static_cast<int16_t>(ReadU16(msg, kBin94Dn));
-    utc.m_iDtLs = ReadI16(msg, kBin94DtLs);
-    utc.m_iDtLsf = ReadI16(msg, kBin94DtLsf);
-
-    // With the log time still unset (ephemerides ahead of the first
-    // observation) the message's own count is all there is.
-    GpsTime now{};
-    GetLogTime(now);
-    const int32_t leapSeconds = now.m_uWeek != 0 ? TruncateToInt32(GpsUtcOffset(now) + 0.5) : utc.m_iDtLs;
-    g_iGpsLeapSeconds = leapSeconds;
-    // A damaged offset, held at the bottom of the range, stays there rather
-    // than wrapping round to the top.
-    g_iBeidouLeapSeconds = leapSeconds >= INT32_MIN + kBeidouBehindGps ? leapSeconds - kBeidouBehindGps : INT32_MIN;
-
     if (!m_bLeapWritten)
     {
-        FillLeapSecondsLine(leapSeconds);
+        FillLeapSecondsLine(g_iGpsLeapSeconds);
         m_bLeapWritten = 1;
     }
 }

@@ -29,9 +29,6 @@ constexpr size_t kLineBufferSize = 256;
 
 } // namespace
 
-int32_t g_iGpsLeapSeconds = 0;
-int32_t g_iBeidouLeapSeconds = 0;
-
 CWriteRinexNav::CWriteRinexNav()
     : m_bHeaderWritten(0),
       m_bIonoWritten(0),

@@ -41,8 +41,8 @@ public:
     void WritePending(bool force);
     // Appends the record of satellite `number` at the stream's position.
     void WriteGpsRecord(uint32_t number, const SGpsEphemeris& record);
-    // Fills the four reserved lines from the stored BIN94, fills g_UtcParams
-    // and sets the run's leap seconds.
+    // Fills the four reserved lines from the stored BIN94 and the run's leap
+    // seconds.
     void WriteIonoUtc();
 
     // The issue key by which GPS and BeiDou records are told apart.
@@ -89,8 +89,10 @@ public:
 // differs from the last key written for that satellite (a key returning to an
 // older value counts as new). The header goes out in front of the first
 // record. Without `force` only a record that ActivateEphemeris calls usable is
-// looked at; with it, any stored record, whatever its health and age. The
-// caller has tested the stream.
+// looked at; with it, any stored record, whatever its health and age. The pass
+// runs the same without a stream, so the state it moves on (records in use,
+// issues done, header due) doesn't depend on which files are named; only the
+// counts of records written wait for a file.
 template <typename Writer, typename State, typename Record>
 void PassPendingRecords(Writer& writer, State& state, uint32_t last, bool force, void (Writer::*writeHeader)(),
                         uint32_t (*issueKey)(const Record&),
@@ -113,20 +115,16 @@ void PassPendingRecords(Writer& writer, State& state, uint32_t last, bool force,
             (writer.*writeHeader)();
             writer.m_bHeaderWritten = 1;
         }
-        if (lastIssue == kNoIssue)
-            ++RunStats.m_uNavSatsWritten;
-        ++RunStats.m_uNavWrites;
+        if (writer.m_pFile != nullptr)
+        {
+            if (lastIssue == kNoIssue)
+                ++RunStats.m_uNavSatsWritten;
+            ++RunStats.m_uNavWrites;
+        }
         lastIssue = key;
         (writer.*writeRecord)(number, *record);
     }
 }
-
-// The run's leap seconds, set together when the GPS writer fills its lines:
-// GPS minus UTC, and the same less the 14 s by which BeiDou time trails GPS
-// time. 0 until then. The GLONASS file shows the first, the BeiDou file the
-// second.
-extern int32_t g_iGpsLeapSeconds;
-extern int32_t g_iBeidouLeapSeconds;
 
 // URA index to metres, for GPS and BeiDou records; indexed by the index's low
 // four bits.

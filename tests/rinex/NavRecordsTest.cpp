@@ -12,6 +12,7 @@
 #include "logio/BinaryMessages.h"
 #include "navstate/GlonassFrequencies.h"
 #include "navstate/NavState.h"
+#include "navstate/UtcState.h"
 #include "rinex/BeidouNavWriter.h"
 #include "rinex/GlonassNavWriter.h"
 #include "rinex/NavWriter.h"
@@ -128,7 +129,7 @@ protected:
     int16_t m_aSavedChannel[kGlonassSlots];
 };
 
-TEST_F(NavRecords, PassVisitsSatellites1To32InOrderOnlyWithAStreamAndAReturningKeyIsNew)
+TEST_F(NavRecords, PassVisitsSatellites1To32InOrderWithOrWithoutAStreamAndAReturningKeyIsNew)
 {
     CGpsNavState& s = g_GpsNavState;
     CWriteRinexNav writer;
@@ -137,10 +138,14 @@ TEST_F(NavRecords, PassVisitsSatellites1To32InOrderOnlyWithAStreamAndAReturningK
     s.m_aEphemeris[32] = GpsRecord(40); // an SBAS row: never visited
     s.m_aPendingEphemeris[32] = GpsRecord(41);
 
-    // Without a stream the pass doesn't run: the pending record keeps waiting.
-    writer.WritePending(true);
-    EXPECT_EQ(s.m_aPendingEphemeris[6].m_uIode, 18u);
-    s.m_aPendingEphemeris[6] = SGpsEphemeris{};
+    // Without a stream the pass runs all the same, so the records in use
+    // don't depend on which files are named; nothing counts as written.
+    CWriteRinexNav unnamed;
+    unnamed.WritePending(true);
+    EXPECT_EQ(s.m_aPendingEphemeris[6].m_uIode, 0u);
+    EXPECT_EQ(s.m_aEphemeris[6].m_uIode, 18u);
+    EXPECT_EQ(RunStats.m_uNavWrites, 0u);
+    s.m_aEphemeris[6] = SGpsEphemeris{};
 
     // While the log time isn't set no record is usable: an unforced pass writes nothing.
     writer.SetFile(m_pFile);
