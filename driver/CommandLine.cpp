@@ -1,15 +1,19 @@
 #include "driver/CommandLine.h"
 
-#include <cctype>
 #include <cmath>
-#include <cstdlib>
-#include <cstring>
+#include <cstdint>
+#include <cstdio>
+#include <new>
 #include <string>
+#include <vector>
 
+#include "driver/Arguments.h"
 #include "driver/ConvertLog.h"
+#include "driver/RunFiles.h"
 #include "driver/RunOptions.h"
 #include "driver/SiteInputs.h"
 #include "navstate/BeidouSubFrame.h"
+#include "platform/StopSignals.h"
 #include "platform/Trace.h"
 
 namespace
@@ -30,126 +34,302 @@ constexpr double kIntervalStep = 0.05;
 constexpr double kIntervalStepsPerSecond = 20.0;
 constexpr double kDefaultInterval = 1.0;
 
-// Drops every double quote: the platform's quoting never reaches a file name.
-std::string WithoutQuotes(const char* text)
-{
-    std::string result;
-    for (const char* p = text; *p != '\0'; ++p)
-    {
-        if (*p != '"')
-            result += *p;
-    }
-    return result;
-}
+constexpr size_t kNoOutput = SIZE_MAX;
+
+constexpr const char* kUsageHint = "Try 'obsforge --help' for more information.\n";
 
 // -N: the absolute value rounded to a multiple of 0.05 s; a value that rounds
-// to 0 (or can't be read) means 1 s.
-double IntervalFromText(const char* text)
+// to 0 means 1 s.
+double IntervalFromValue(double seconds)
 {
-    const double v = std::fabs(std::atof(text)) * kIntervalStepsPerSecond + 0.5;
-    // Out of the range of a 32-bit count (or not a number at all): the
-    // conversion is not defined there, so such a value counts as the default.
+    const double v = std::fabs(seconds) * kIntervalStepsPerSecond + 0.5;
+    // Out of the range of a 32-bit count the conversion is not defined, so
+    // such a value counts as the default.
     const int32_t steps = v < 2147483648.0 ? static_cast<int32_t>(v) : 0;
     const double interval = steps * kIntervalStep;
     return interval < kIntervalStep ? kDefaultInterval : interval;
 }
 
-std::FILE* OpenOutput(const std::string& path)
-{
-    return std::fopen(path.c_str(), "w+");
-}
-
-void ApplyOption(char letter, const std::string& value, SRunStreams& streams)
-{
-    switch (letter)
-    {
-    case 'E':
-    {
-        const double mask = std::atof(value.c_str());
-        if (mask >= -kMaxElevationMask && mask <= kMaxElevationMask)
-        {
-            RunOptions.m_dElevationMask = mask;
-            RunOptions.m_bElevationMask = true;
-        }
-        else
-        {
-            std::fprintf(stderr, "Invalid Elevation Mask : %s\n", value.c_str());
-        }
-        break;
-    }
-    case 'L':
-        ReadLocation(value.c_str());
-        break;
-    case 'N':
-        RunOptions.m_dObsInterval = IntervalFromText(value.c_str());
-        RunOptions.m_bObsIntervalGiven = true;
-        break;
-    case 'B':
-        RunOptions.m_bOutputBeforeEphemeris = true;
-        break;
-    case 'H':
-        ReadExternalHeader(value.c_str());
-        break;
-    case 'R':
-        RunOptions.m_bReadSiteRecords = true;
-        break;
-    case 'I':
-        RunOptions.m_bL1Only = value != "L1L2";
-        break;
-    case 'S':
-        // A later -S replaces the handle; the earlier stream stays open.
-        streams.m_pSummary = OpenOutput(value);
-        break;
-    case 'P':
-        if (value[0] == '1')
-            RunOptions.m_bOutputL1P = true;
-        break;
-    case '?':
-        PrintHelp();
-        break;
-    default:
-        std::fprintf(stderr, "Unknown Argument: %c\n", letter);
-        break;
-    }
-}
-
-void ApplyPositional(int position, const std::string& path, SRunStreams& streams)
+EOutputKind OutputOfPosition(int position)
 {
     switch (position)
     {
-    case ePosInput:
-        streams.m_pInput = std::fopen(path.c_str(), "rb");
-        // Only a -R in front of the input name reaches this point set.
-        if (streams.m_pInput != nullptr && RunOptions.m_bReadSiteRecords)
-            ScanSiteRecords(path.c_str());
-        break;
     case ePosObs:
-        streams.m_pObs = OpenOutput(path);
-        break;
+        return eOutputObservation;
     case ePosGpsNav:
-        streams.m_pGpsNav = OpenOutput(path);
-        break;
+        return eOutputGpsNav;
     case ePosGlonassNav:
-        streams.m_pGlonassNav = OpenOutput(path);
-        break;
-    case ePosBeidouNav:
-        streams.m_pBeidouNav = OpenOutput(path);
-        break;
+        return eOutputGlonassNav;
     default:
-        std::fprintf(stderr, "Too many files specified: %s\n", path.c_str());
-        break;
+        return eOutputBeidouNav;
     }
 }
 
-void CloseStream(std::FILE*& stream)
+// What the checks found for one argument, for when it takes effect.
+struct SCheckedArgument
 {
-    if (stream != nullptr)
-        std::fclose(stream);
-    stream = nullptr;
+    int m_iPosition = 0;         // a file name's position from 1; 0 for an option
+    double m_dNumber = 0.0;      // -E, -N
+    double m_adLocation[3] = {}; // -L: degrees and metres
+    size_t m_uOutput = kNoOutput; // an output's index among the run's files
+};
+
+bool Refuse(std::string& error, const std::string& text)
+{
+    error = text;
+    return false;
+}
+
+// The value of an option, read and checked; nothing is opened for writing.
+bool CheckOptionValue(const SArgument& argument, SCheckedArgument& checked, std::string& error)
+{
+    const std::string& value = argument.m_szValue;
+    const std::string named = "'" + argument.m_szText + "': ";
+    switch (argument.m_cLetter)
+    {
+    case 'E':
+        if (value.empty())
+            return Refuse(error, "-E needs the elevation mask in degrees, as -E:10");
+        if (!ReadNumber(value, checked.m_dNumber))
+            return Refuse(error, named + "the elevation mask is not a number");
+        if (std::fabs(checked.m_dNumber) > kMaxElevationMask)
+            return Refuse(error, named + "the elevation mask must lie between -90 and 90 degrees");
+        return true;
+    case 'N':
+        if (value.empty())
+            return Refuse(error, "-N needs the interval in seconds, as -N:30");
+        if (!ReadNumber(value, checked.m_dNumber))
+            return Refuse(error, named + "the interval is not a number");
+        return true;
+    case 'L':
+    {
+        if (value.empty())
+            return Refuse(error, "-L needs a location file or latitude,longitude[,height], as -L:55.8,12.5,40");
+        std::string reason;
+        if (!CheckLocation(value, checked.m_adLocation, reason))
+            return Refuse(error, named + reason);
+        return true;
+    }
+    case 'H':
+    {
+        if (value.empty())
+            return Refuse(error, "-H needs a file of header lines, as -H:site.hdr");
+        std::string reason;
+        if (!CheckExternalHeader(value, reason))
+            return Refuse(error, named + reason);
+        return true;
+    }
+    case 'S':
+        if (value.empty())
+            return Refuse(error, "-S needs a file name, as -S:summary.txt");
+        return true;
+    case 'B':
+    case 'R':
+    case 'I':
+    case 'P':
+    case '?':
+        return true;
+    default:
+        return Refuse(error, "unknown option '" + argument.m_szText + "'");
+    }
+}
+
+// Every check of the run, before any file is changed: the values of the
+// options, the log, then the outputs in command-line order.
+bool CheckRun(const SCommandLine& line, std::vector<SCheckedArgument>& checked, CRunFiles& files,
+              std::string& error)
+{
+    if (!line.m_szUnknownLong.empty())
+        return Refuse(error, "unknown option '" + line.m_szUnknownLong + "'");
+
+    const std::vector<SArgument>& arguments = line.m_aArguments;
+    checked.assign(arguments.size(), SCheckedArgument{});
+    int position = 0;
+    bool readsTwice = false; // a -R in front of the log's name
+    size_t input = kNoOutput;
+    for (size_t i = 0; i < arguments.size(); ++i)
+    {
+        const SArgument& argument = arguments[i];
+        if (argument.m_cLetter == 0)
+        {
+            checked[i].m_iPosition = ++position;
+            if (position == ePosInput)
+                input = i;
+            if (position > ePosBeidouNav)
+                return Refuse(error, "too many file names: '" + argument.m_szValue +
+                                         "' (the log, then at most the observation, GPS, GLONASS and BeiDou "
+                                         "navigation files)");
+        }
+        else
+        {
+            if (!CheckOptionValue(argument, checked[i], error))
+                return false;
+            readsTwice = readsTwice || (argument.m_cLetter == 'R' && position == 0);
+        }
+    }
+
+    if (input != kNoOutput && !files.OpenInput(arguments[input].m_szValue, readsTwice, error))
+        return false;
+    for (size_t i = 0; i < arguments.size(); ++i)
+    {
+        const SArgument& argument = arguments[i];
+        const int filePosition = checked[i].m_iPosition;
+        if (argument.m_cLetter == 'S')
+        {
+            if (!files.OpenOutput(eOutputSummary, argument.m_szValue, line.m_bForce, checked[i].m_uOutput, error))
+                return false;
+        }
+        else if (filePosition > ePosInput)
+        {
+            if (!files.OpenOutput(OutputOfPosition(filePosition), argument.m_szValue, line.m_bForce,
+                                  checked[i].m_uOutput, error))
+                return false;
+        }
+    }
+    return true;
+}
+
+// Empties an output and hands its stream to the pass. An output that can't
+// be started is named and left out, like one that fails while written.
+void StartOutput(CRunFiles& files, size_t index, SPassOutputs& pass)
+{
+    SOutputFile& output = files.Output(index);
+    std::string error;
+    if (!files.StartOutput(index, error))
+    {
+        std::fprintf(stderr, "obsforge: %s\n", error.c_str());
+        return;
+    }
+    SPassOutput& slot = pass.m_aOutput[output.m_eKind];
+    slot.m_pStream = output.m_pStream;
+    slot.m_szPath = output.m_szPath;
+    slot.m_iError = 0;
+}
+
+// The arguments take effect strictly from left to right, each at its place:
+// a later -L, -H or -R overrides what an earlier one set, -R acts only in
+// front of the log's name, and outputs are emptied in turn.
+void ApplyArguments(const SCommandLine& line, const std::vector<SCheckedArgument>& checked, CRunFiles& files,
+                    SPassOutputs& pass, SSiteNotes& notes)
+{
+    for (size_t i = 0; i < line.m_aArguments.size(); ++i)
+    {
+        const SArgument& argument = line.m_aArguments[i];
+        const SCheckedArgument& c = checked[i];
+        switch (argument.m_cLetter)
+        {
+        case 0:
+            if (c.m_iPosition == ePosInput)
+            {
+                if (RunOptions.m_bReadSiteRecords)
+                    ScanSiteRecords(argument.m_szValue.c_str(), notes);
+            }
+            else
+            {
+                StartOutput(files, c.m_uOutput, pass);
+            }
+            break;
+        case 'E':
+            RunOptions.m_dElevationMask = c.m_dNumber;
+            RunOptions.m_bElevationMask = true;
+            break;
+        case 'L':
+            SetLocation(c.m_adLocation);
+            break;
+        case 'N':
+            RunOptions.m_dObsInterval = IntervalFromValue(c.m_dNumber);
+            RunOptions.m_bObsIntervalGiven = true;
+            break;
+        case 'B':
+            RunOptions.m_bOutputBeforeEphemeris = true;
+            break;
+        case 'H':
+            ReadExternalHeader(argument.m_szValue.c_str());
+            break;
+        case 'R':
+            RunOptions.m_bReadSiteRecords = true;
+            break;
+        case 'I':
+            RunOptions.m_bL1Only = argument.m_szValue != "L1L2";
+            break;
+        case 'S':
+            // A later -S takes the summary; the earlier file stays created.
+            StartOutput(files, c.m_uOutput, pass);
+            break;
+        case 'P':
+            if (argument.m_szValue[0] == '1')
+                RunOptions.m_bOutputL1P = true;
+            break;
+        case '?':
+            PrintHelp(stderr);
+            break;
+        default:
+            break;
+        }
+    }
+}
+
+// The outputs' failures that the pass saw are the run's failures.
+void TakePassFailures(const SPassOutputs& pass, CRunFiles& files)
+{
+    for (size_t i = 0; i < files.OutputCount(); ++i)
+    {
+        SOutputFile& output = files.Output(i);
+        const SPassOutput& slot = pass.m_aOutput[output.m_eKind];
+        if (slot.m_pStream == output.m_pStream && slot.m_iError != 0)
+            output.m_bFailed = true;
+    }
+}
+
+int RunChecked(const SCommandLine& line)
+{
+    CRunFiles files;
+    std::vector<SCheckedArgument> checked;
+    std::string error;
+    if (!CheckRun(line, checked, files, error))
+    {
+        files.Abandon();
+        std::fprintf(stderr, "obsforge: %s\n", error.c_str());
+        std::fputs(kUsageHint, stderr);
+        return kExitUsage;
+    }
+
+    // From here on files change: a stop signal finishes the run instead of
+    // cutting it off.
+    InstallStopSignals();
+    SPassOutputs pass;
+    SSiteNotes notes;
+    ApplyArguments(line, checked, files, pass, notes);
+
+    if (!AllocateBeidouEphTable())
+    {
+        std::fputs("g_paBIN_BeidouEph fails malloc\n", stderr);
+        return kExitOutOfMemory;
+    }
+
+    int stopSignal = 0;
+    if (files.InputFd() >= 0)
+    {
+        TraceMsg("doit\n");
+        stopSignal = ConvertLog(files.InputFd(), pass, notes);
+        TakePassFailures(pass, files);
+    }
+    else
+    {
+        TraceMsg("printHelp\n");
+        PrintHelp(stderr);
+    }
+
+    files.CloseAll();
+    if (files.AnyFailed())
+        return kExitWriteFailure;
+    if (stopSignal != 0)
+        return kExitSignalBase + stopSignal;
+    return kExitComplete;
 }
 } // namespace
 
-void PrintHelp()
+void PrintHelp(std::FILE* stream)
 {
     // The texts as they are printed, in order; the version goes into the second.
     static const char* const kHelpTexts[] = {
@@ -188,60 +368,33 @@ void PrintHelp()
     for (const char* text : kHelpTexts)
     {
         if (text == nullptr)
-            std::fprintf(stderr, "Obsforge Version %s\n", kObsforgeVersion);
+            std::fprintf(stream, "Obsforge Version %s\n", kObsforgeVersion);
         else
-            std::fputs(text, stderr);
-    }
-}
-
-void ReadArguments(int argc, const char* const* argv, SRunStreams& streams)
-{
-    int position = 1;
-    for (int i = 1; i < argc; ++i)
-    {
-        const char* arg = argv[i];
-        if (arg[0] == '-' || arg[0] == '/')
-        {
-            const char letter = static_cast<char>(std::toupper(static_cast<unsigned char>(arg[1])));
-            const char* value = arg[1] == '\0' ? arg + 1 : (arg[2] == ':' ? arg + 3 : arg + 2);
-            ApplyOption(letter, WithoutQuotes(value), streams);
-        }
-        else
-        {
-            ApplyPositional(position++, WithoutQuotes(arg), streams);
-        }
+            std::fputs(text, stream);
     }
 }
 
 int RunObsforge(int argc, const char* const* argv)
 {
-    SRunStreams streams;
     TraceMsg("GO\n");
-    ReadArguments(argc, argv, streams);
-
-    if (!AllocateBeidouEphTable())
+    try
     {
-        std::fputs("g_paBIN_BeidouEph fails malloc\n", stderr);
-        return 1;
+        const SCommandLine line = SplitCommandLine(argc, argv);
+        if (line.m_bHelp)
+        {
+            PrintHelp(stdout);
+            return kExitComplete;
+        }
+        if (line.m_bVersion)
+        {
+            std::printf("obsforge %s\n", kObsforgeVersion);
+            return kExitComplete;
+        }
+        return RunChecked(line);
     }
-
-    if (streams.m_pInput != nullptr)
+    catch (const std::bad_alloc&)
     {
-        TraceMsg("doit\n");
-        ConvertLog(streams.m_pInput, streams.m_pObs, streams.m_pGpsNav, streams.m_pGlonassNav,
-                   streams.m_pBeidouNav, streams.m_pSummary);
+        std::fputs("obsforge: out of memory\n", stderr);
+        return kExitOutOfMemory;
     }
-    else
-    {
-        TraceMsg("printHelp\n");
-        PrintHelp();
-    }
-
-    CloseStream(streams.m_pInput);
-    CloseStream(streams.m_pObs);
-    CloseStream(streams.m_pGpsNav);
-    CloseStream(streams.m_pGlonassNav);
-    CloseStream(streams.m_pBeidouNav);
-    CloseStream(streams.m_pSummary);
-    return 0;
 }

@@ -2,27 +2,24 @@
 
 #include <cstdio>
 
-// The six streams of a run, in the order they are closed.
-struct SRunStreams
-{
-    std::FILE* m_pInput = nullptr;
-    std::FILE* m_pObs = nullptr;
-    std::FILE* m_pGpsNav = nullptr;
-    std::FILE* m_pGlonassNav = nullptr;
-    std::FILE* m_pBeidouNav = nullptr;
-    std::FILE* m_pSummary = nullptr;
-};
-
-// The tool's version, shown in the help text.
+// The tool's version, shown by --version and in the help text.
 constexpr const char* kObsforgeVersion = "3.2.3";
 
-// Prints the help text to the error stream.
-void PrintHelp();
+// Exit statuses: every named output written completely; out of memory; a
+// usage error or a refused file, found before anything was written; an
+// output that failed while being written; 128 and the number of a stop
+// signal.
+constexpr int kExitComplete = 0;
+constexpr int kExitOutOfMemory = 1;
+constexpr int kExitUsage = 2;
+constexpr int kExitWriteFailure = 3;
+constexpr int kExitSignalBase = 128;
 
-// Works through the arguments after element 0 strictly from left to right:
-// each option acts at once, and the files are opened as they are named.
-void ReadArguments(int argc, const char* const* argv, SRunStreams& streams);
+// Prints the help text to `stream`.
+void PrintHelp(std::FILE* stream);
 
-// The whole run of the process: arguments, conversion or help, closing.
-// Returns the exit status.
+// The whole run of the process: every argument and file is checked first,
+// then the arguments take effect strictly from left to right (each option
+// at its place, outputs emptied in turn), then the conversion or the help,
+// and the closing. Returns the exit status.
 int RunObsforge(int argc, const char* const* argv);

@@ -1,8 +1,10 @@
 #include "driver/ConvertLog.h"
 
+#include <cerrno>
 #include <cstdint>
 #include <cstring>
 
+#include "driver/RunFiles.h"
 #include "driver/RunOptions.h"
 #include "driver/RunStats.h"
 #include "driver/SiteInputs.h"
@@ -17,6 +19,9 @@
 #include "obsconv/Bin76Decoder.h"
 #include "obsconv/Bin96Decoder.h"
 #include "obsconv/ObsSlots.h"
+#include "platform/FileIo.h"
+#include "platform/InputWait.h"
+#include "platform/StopSignals.h"
 #include "platform/Trace.h"
 #include "rinex/BeidouNavWriter.h"
 #include "rinex/GlonassNavWriter.h"
@@ -34,6 +39,10 @@ namespace
 // frames are consumed in place.
 constexpr uint32_t kReadBlockSize = 16384;
 uint8_t s_aReadBlock[kReadBlockSize];
+
+// On a long pass the files on disk are brought up to date this often, so
+// that a crash loses little.
+constexpr int64_t kSyncIntervalMs = 1000;
 
 // Progress is shown whenever the message count rests on a multiple of this.
 constexpr uint32_t kProgressStep = 100;
@@ -258,14 +267,80 @@ void DispatchSiteFrame(const uint8_t* frame, uint32_t length)
     }
 }
 
-void DispatchSentence(const uint8_t* frame, uint32_t length)
+void DispatchSentence(const uint8_t* frame, uint32_t length, SSiteNotes& notes)
 {
     if (length + 1 >= kSentenceBufferSize)
         return;
     char line[kSentenceBufferSize];
     std::memcpy(line, frame, length);
     line[length] = '\0';
-    HandleSentence(line);
+    HandleSentence(line, notes);
+}
+
+// The system's error number of a stream whose writing failed, 0 while it
+// hasn't. `noted` is the writer's own note of a failed positioned write.
+int StreamFailure(std::FILE* stream, int noted)
+{
+    if (noted != 0)
+        return noted;
+    if (!std::ferror(stream))
+        return 0;
+    // Asked once more, the system tells why: the data it refused is still
+    // waiting in the stream.
+    std::clearerr(stream);
+    errno = 0;
+    const int error = std::fflush(stream) != 0 ? errno : 0;
+    return error != 0 ? error : EIO;
+}
+
+// Names an output's failure once; the caller gives its writer up.
+bool CheckOutput(SPassOutputs& outputs, EOutputKind kind, int error)
+{
+    SPassOutput& output = outputs.m_aOutput[kind];
+    if (error == 0 || output.m_iError != 0)
+        return false;
+    output.m_iError = error;
+    ReportOutputFailure(OutputKindName(kind), output.m_szPath, error);
+    return true;
+}
+
+// Looks at every output still written; a failed one is given up, so the
+// conversion goes on for the others and finishes them.
+void CheckOutputs(SPassOutputs& outputs)
+{
+    if (g_ObsWriter.m_pFile != nullptr &&
+        CheckOutput(outputs, eOutputObservation, StreamFailure(g_ObsWriter.m_pFile, g_ObsWriter.m_iIoError)))
+        g_ObsWriter.m_pFile = nullptr;
+    const struct
+    {
+        EOutputKind m_eKind;
+        CWriteRinexNav& m_Writer;
+    } navs[] = {{eOutputGpsNav, g_GpsNavWriter},
+                {eOutputGlonassNav, g_GlonassNavWriter},
+                {eOutputBeidouNav, g_BeidouNavWriter}};
+    for (const auto& nav : navs)
+    {
+        if (nav.m_Writer.m_pFile != nullptr &&
+            CheckOutput(outputs, nav.m_eKind, StreamFailure(nav.m_Writer.m_pFile, 0)))
+            nav.m_Writer.m_pFile = nullptr;
+    }
+}
+
+// Brings every file on disk up to date: each holds complete lines and
+// records, and the observation header names only epochs on disk.
+void SyncOutputs(SPassOutputs& outputs)
+{
+    // A failure leaves the stream's error mark or the writer's note; the
+    // check below reads both.
+    g_ObsWriter.SyncToDisk();
+    for (CWriteRinexNav* writer :
+         {static_cast<CWriteRinexNav*>(&g_GpsNavWriter), static_cast<CWriteRinexNav*>(&g_GlonassNavWriter),
+          static_cast<CWriteRinexNav*>(&g_BeidouNavWriter)})
+    {
+        if (writer->m_pFile != nullptr)
+            std::fflush(writer->m_pFile);
+    }
+    CheckOutputs(outputs);
 }
 
 void PrintMessageCounts(const SLoopState& loop)
@@ -292,28 +367,35 @@ void PrepareRun()
     RunStats = SRunStats{};
 }
 
-void ConvertLog(std::FILE* input, std::FILE* obsFile, std::FILE* gpsNavFile,
-                std::FILE* glonassNavFile, std::FILE* beidouNavFile, std::FILE* summaryFile)
+int ConvertLog(int inputFd, SPassOutputs& outputs, SSiteNotes& notes)
 {
     const uint8_t enabled[kFrameKindCount] = {1, 1, 1, 1, 1};
     CBinFrameReader reader(s_aReadBlock, kReadBlockSize, enabled);
 
     SLoopState loop{};
-    g_pObsFile = obsFile;
-    g_pGpsNavFile = gpsNavFile;
-    g_pGlonassNavFile = glonassNavFile;
-    g_pBeidouNavFile = beidouNavFile;
+    g_pObsFile = outputs.m_aOutput[eOutputObservation].m_pStream;
+    g_pGpsNavFile = outputs.m_aOutput[eOutputGpsNav].m_pStream;
+    g_pGlonassNavFile = outputs.m_aOutput[eOutputGlonassNav].m_pStream;
+    g_pBeidouNavFile = outputs.m_aOutput[eOutputBeidouNav].m_pStream;
 
     PrepareRun();
 
-    // A failed read ends the pass like the end of the file.
-    while (!std::feof(input) && !std::ferror(input))
+    // A log that is a regular file never makes the pass wait.
+    const bool mayWait = !IsRegularFile(inputFd);
+    int64_t lastSync = MonotonicMilliseconds();
+    while (!reader.m_bEndOfInput && StopSignalNumber() == 0)
     {
-        reader.Fill(input);
+        const int64_t now = MonotonicMilliseconds();
+        if ((mayWait && !InputReadyNow(inputFd)) || now - lastSync >= kSyncIntervalMs)
+        {
+            SyncOutputs(outputs);
+            lastSync = now;
+        }
+        reader.Fill(inputFd);
         const uint8_t* frame = nullptr;
         uint32_t length = 0;
         uint32_t kind = 0;
-        while (reader.NextFrame(&frame, &length, &kind))
+        while (StopSignalNumber() == 0 && reader.NextFrame(&frame, &length, &kind))
         {
             switch (kind)
             {
@@ -326,7 +408,7 @@ void ConvertLog(std::FILE* input, std::FILE* obsFile, std::FILE* gpsNavFile,
                 DispatchSiteFrame(frame, length);
                 break;
             case eFrameSentence:
-                DispatchSentence(frame, length);
+                DispatchSentence(frame, length, notes);
                 break;
             default: // RTCM 3 and packed frames are consumed whole and not looked into
                 break;
@@ -334,12 +416,19 @@ void ConvertLog(std::FILE* input, std::FILE* obsFile, std::FILE* gpsNavFile,
             if (loop.m_uMessageCount % kProgressStep == 0)
                 std::fprintf(stderr, "Message Count %lu\r", static_cast<unsigned long>(loop.m_uMessageCount));
         }
+        CheckOutputs(outputs);
     }
 
     EndObservations();
+    SyncOutputs(outputs);
 
     PrintMessageCounts(loop);
-    if (summaryFile != nullptr)
-        WriteRunSummary(summaryFile);
+    std::FILE* summary = outputs.m_aOutput[eOutputSummary].m_pStream;
+    if (summary != nullptr)
+    {
+        WriteRunSummary(summary);
+        CheckOutput(outputs, eOutputSummary, StreamFailure(summary, std::fflush(summary) == 0 ? 0 : errno));
+    }
     WriteRunSummary(stderr);
+    return StopSignalNumber();
 }

@@ -1,6 +1,9 @@
 #include "driver/SiteInputs.h"
 
 #include <cctype>
+#include <cerrno>
+#include <algorithm>
+#include <cmath>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -23,6 +26,9 @@ constexpr double kDegreesPerMinute = 0.016666666666666666;
 
 // A -L text that names no file is taken as the location itself from this length on.
 constexpr size_t kMinLocationText = 4;
+// A location given by the user lies on the globe.
+constexpr double kLargestLatitude = 90.0;
+constexpr double kLargestLongitude = 180.0;
 
 constexpr const char* kCantReadLocation = "Can't Read Lat,Lon,Height from : %s\n";
 constexpr const char* kUnableToOpen = "Unable to open: %s\n";
@@ -150,21 +156,48 @@ bool ScanLocation(const char* text, double llh[3])
            std::sscanf(text, "%lf,%lf", &llh[0], &llh[1]) == 2;
 }
 
-// True when the 20 characters from column 61 are `label` padded with blanks.
-// A line that ends before column 80 has no complete label and matches nothing.
+// True when the label field, columns 61 to 80, holds `label`: trailing
+// blanks and the line end don't count, so a line that stops behind its
+// label matches as well as one padded to 80 columns.
 bool HasLabel(const char* line, const char* label)
 {
-    if (std::strlen(line) < kLabelColumn)
+    const size_t length = std::strlen(line);
+    if (length <= kLabelColumn)
         return false;
-    const char* field = line + kLabelColumn;
+    size_t end = std::min(length, kLabelColumn + kLabelWidth);
+    while (end > kLabelColumn && (line[end - 1] == ' ' || line[end - 1] == '\r' || line[end - 1] == '\n'))
+        --end;
     const size_t labelLength = std::strlen(label);
-    for (size_t i = 0; i < kLabelWidth; ++i)
+    return end - kLabelColumn == labelLength && std::memcmp(line + kLabelColumn, label, labelLength) == 0;
+}
+
+// A line as read, without its line end.
+void CutLineEnd(char* line)
+{
+    size_t n = std::strlen(line);
+    while (n > 0 && (line[n - 1] == '\n' || line[n - 1] == '\r'))
+        line[--n] = '\0';
+}
+
+// The ANTENNA: DELTA H/E/N line of a site record's antenna height. A height
+// that isn't a number keeps the line without offsets, and is told once.
+void AntennaDeltaLineOf(const char* height, SSiteNotes& notes, char (&line)[kHeaderLineSize])
+{
+    // The three F14.4 columns hold up to nine digits before the point.
+    constexpr double kLargestHeight = 1e9;
+    char* end = nullptr;
+    const double value = std::strtod(height, &end);
+    const bool readable = end != height && *end == '\0' && std::isfinite(value) && std::fabs(value) < kLargestHeight;
+    // An empty field (or no record at all) has nothing to tell.
+    if (!readable && height[0] != '\0' && !notes.m_bBadHeightTold)
     {
-        // The wanted character is never a NUL, so the loop stops at the line's end.
-        if (field[i] != (i < labelLength ? label[i] : ' '))
-            return false;
+        std::fprintf(stderr,
+                     "obsforge: the site record's antenna height \"%s\" is not a number; "
+                     "ANTENNA: DELTA H/E/N shows no offset\n",
+                     height);
+        notes.m_bBadHeightTold = true;
     }
-    return true;
+    FormatAntennaDeltaLine(readable ? value : 0.0, line);
 }
 
 // Degrees from a coordinate printed in the fixed layout: the sign and the
@@ -273,7 +306,7 @@ void TakeSiteLine(SSiteRecords& site, const char* const fields[], uint32_t count
 
 // The header lines of the site from what the pre-scan found, empty stores
 // included; each is cut to the 80 characters of a header line.
-void BuildSiteHeaderLines(const SSiteRecords& site)
+void BuildSiteHeaderLines(const SSiteRecords& site, SSiteNotes& notes)
 {
     SExternalHeader& ext = g_ExternalHeader;
     char version[kVersionTextSize];
@@ -288,8 +321,7 @@ void BuildSiteHeaderLines(const SSiteRecords& site)
     FormatCut(ext.m_szReceiverLine, kHeaderLineSize, "%-20s%-20s%-20s%-20s", site.m_szReceiverNumber,
               site.m_szReceiverType, version, "REC # / TYPE / VERS");
     FormatCut(ext.m_szAntennaLine, kHeaderLineSize, "%-20s%-40s%-20s", " ", site.m_szAntennaType, "ANT # / TYPE");
-    FormatCut(ext.m_szAntennaDeltaLine, kHeaderLineSize, "%-20s%-20s%-20s%-20s", site.m_szAntennaHeight, "0.000",
-              "0.000", "ANTENNA: DELTA H/E/N");
+    AntennaDeltaLineOf(site.m_szAntennaHeight, notes, ext.m_szAntennaDeltaLine);
 }
 } // namespace
 
@@ -323,9 +355,56 @@ void ReadLocation(const char* text)
         return;
     }
 
-    // No range check: the values are the user's.
-    llh[0] *= kRadiansPerDegree;
-    llh[1] *= kRadiansPerDegree;
+    // No range check: the values are the log's.
+    SetLocation(llh);
+}
+
+bool CheckLocation(const std::string& text, double llh[3], std::string& reason)
+{
+    char buffer[kLineBufferSize] = "";
+    const std::string quoted = "'" + text + "'";
+    std::FILE* file = std::fopen(text.c_str(), "r");
+    if (file != nullptr)
+    {
+        errno = 0;
+        const bool read = std::fgets(buffer, sizeof buffer, file) != nullptr;
+        const int error = std::ferror(file) ? errno : 0;
+        std::fclose(file);
+        if (!read)
+        {
+            reason = error != 0 ? "cannot read the location file " + quoted + ": " + std::strerror(error)
+                                : "the location file " + quoted + " is empty";
+            return false;
+        }
+    }
+    else if (text.size() >= kMinLocationText)
+    {
+        StoreText(buffer, text.c_str());
+    }
+    llh[0] = llh[1] = llh[2] = 0.0;
+    if (buffer[0] == '\0' || !ScanLocation(buffer, llh))
+    {
+        reason = (file != nullptr ? "the first line of the location file " + quoted
+                                  : "no file " + quoted + " and the text") +
+                 " is not latitude,longitude[,height] in degrees and metres";
+        return false;
+    }
+    if (!std::isfinite(llh[0]) || !std::isfinite(llh[1]) || !std::isfinite(llh[2]))
+    {
+        reason = "the location " + quoted + " is not made of finite numbers";
+        return false;
+    }
+    if (std::fabs(llh[0]) > kLargestLatitude || std::fabs(llh[1]) > kLargestLongitude)
+    {
+        reason = "the location " + quoted + " lies outside latitude -90 to 90 and longitude -180 to 180 degrees";
+        return false;
+    }
+    return true;
+}
+
+void SetLocation(const double llhDegrees[3])
+{
+    double llh[3] = {llhDegrees[0] * kRadiansPerDegree, llhDegrees[1] * kRadiansPerDegree, llhDegrees[2]};
     LlhToEcef(llh, RunOptions.m_aLocationXyz);
     std::memcpy(RunOptions.m_aLocationLlh, llh, sizeof llh);
     RunOptions.m_bHaveLocation = true;
@@ -342,19 +421,41 @@ void ReadExternalHeader(const char* path)
     char line[kLineBufferSize];
     while (std::fgets(line, sizeof line, file) != nullptr)
     {
-        // Any line at all, comments included, makes the header lines replace the defaults.
-        g_ExternalHeader.m_bPresent = 1;
+        // Only the labels the file holds replace lines of the header.
         for (const SHeaderLabel& label : kHeaderLabels)
         {
             if (HasLabel(line, label.m_szLabel))
             {
                 // The first 80 characters; the last line of a label wins.
+                CutLineEnd(line);
                 StoreText(g_ExternalHeader.*label.m_pLine, line);
                 break;
             }
         }
     }
     std::fclose(file);
+}
+
+bool CheckExternalHeader(const std::string& path, std::string& reason)
+{
+    std::FILE* file = std::fopen(path.c_str(), "r");
+    if (file == nullptr)
+    {
+        reason = "cannot read the header file '" + path + "': " + std::strerror(errno);
+        return false;
+    }
+    char line[kLineBufferSize];
+    while (std::fgets(line, sizeof line, file) != nullptr)
+    {
+    }
+    const int error = std::ferror(file) ? errno : 0;
+    std::fclose(file);
+    if (error != 0)
+    {
+        reason = "cannot read the header file '" + path + "': " + std::strerror(error);
+        return false;
+    }
+    return true;
 }
 
 uint32_t SplitFields(char* line, const char* fields[], uint32_t maxFields)
@@ -395,18 +496,15 @@ double ParseLongitude(const char* value, const char* side)
     return DegreesFromLayout(text, kLongitudeDegreeChars, side, 'W', 'E');
 }
 
-void HandleSentence(char* line)
+void HandleSentence(char* line, SSiteNotes& notes)
 {
     const char* fields[kSentenceFields];
     const uint32_t count = SplitFields(line, fields, kSentenceFields);
 
     if (std::strcmp(fields[0], "$>JSITERECORD") == 0)
     {
-        // A header line and its terminator: a height field wider than its
-        // column pushes the label out rather than past the end.
         char text[kHeaderLineSize];
-        FormatCut(text, sizeof text, "%-20s%-20s%-20s%-20s", fields[kSiteAntennaHeight], "0.000", "0.000",
-                  "ANTENNA: DELTA H/E/N");
+        AntennaDeltaLineOf(fields[kSiteAntennaHeight], notes, text);
         SetAntennaDelta(text);
         return;
     }
@@ -423,7 +521,7 @@ void HandleSentence(char* line)
     }
 }
 
-void ScanSiteRecords(const char* path)
+void ScanSiteRecords(const char* path, SSiteNotes& notes)
 {
     // A stream of its own: the input stream of the conversion keeps its position.
     std::FILE* file = std::fopen(path, "rb");
@@ -440,11 +538,10 @@ void ScanSiteRecords(const char* path)
     const char* fields[kSentenceFields];
     while (std::fgets(line, sizeof line, file) != nullptr)
     {
-        g_ExternalHeader.m_bPresent = 1;
         const uint32_t count = SplitFields(line, fields, kSentenceFields);
         TakeSiteLine(site, fields, count);
     }
     std::fclose(file);
 
-    BuildSiteHeaderLines(site);
+    BuildSiteHeaderLines(site, notes);
 }

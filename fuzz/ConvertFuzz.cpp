@@ -87,8 +87,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     std::rewind(input);
 
     fuzzsupport::ResetRunState();
-    ConvertLog(input, s_apFiles[eObs], s_apFiles[eGpsNav], s_apFiles[eGlonassNav], s_apFiles[eBeidouNav],
-               s_apFiles[eSummary]);
+    SPassOutputs outputs;
+    outputs.m_aOutput[eOutputObservation].m_pStream = s_apFiles[eObs];
+    outputs.m_aOutput[eOutputGpsNav].m_pStream = s_apFiles[eGpsNav];
+    outputs.m_aOutput[eOutputGlonassNav].m_pStream = s_apFiles[eGlonassNav];
+    outputs.m_aOutput[eOutputBeidouNav].m_pStream = s_apFiles[eBeidouNav];
+    outputs.m_aOutput[eOutputSummary].m_pStream = s_apFiles[eSummary];
+    SSiteNotes notes;
+    ConvertLog(fileno(input), outputs, notes);
 
     CheckLineWidths(s_apFiles[eObs], true);
     CheckLineWidths(s_apFiles[eGpsNav], false);

@@ -5,6 +5,7 @@
 #include "logio/BinaryMessages.h"
 #include "logio/ByteReader.h"
 #include "logio/FrameParsers.h"
+#include "platform/InputWait.h"
 
 namespace
 {
@@ -70,10 +71,8 @@ CBinFrameReader::CBinFrameReader(uint8_t* buffer, uint32_t capacity, const uint8
     std::memcpy(m_abCandidate, enabled, kFrameKindCount);
 }
 
-uint32_t CBinFrameReader::Fill(std::FILE* stream)
+uint32_t CBinFrameReader::MakeRoom()
 {
-    if (!stream)
-        return 0;
     if (m_uReadPos >= m_uWritePos)
         m_uReadPos = m_uWritePos = 0;
     if (m_uReadPos != 0)
@@ -89,7 +88,15 @@ uint32_t CBinFrameReader::Fill(std::FILE* stream)
     // Full even after compacting: whatever is held can't become a frame.
     if (m_uWritePos >= m_uCapacity)
         m_uReadPos = m_uWritePos = 0;
-    const size_t got = std::fread(m_pBuffer + m_uWritePos, 1, m_uCapacity - m_uWritePos, stream);
+    return m_uCapacity - m_uWritePos;
+}
+
+uint32_t CBinFrameReader::Fill(std::FILE* stream)
+{
+    if (!stream)
+        return 0;
+    const uint32_t room = MakeRoom();
+    const size_t got = std::fread(m_pBuffer + m_uWritePos, 1, room, stream);
     if (got == 0)
     {
         m_bEndOfInput = 1;
@@ -98,6 +105,24 @@ uint32_t CBinFrameReader::Fill(std::FILE* stream)
     m_uWritePos += static_cast<uint32_t>(got);
     m_bEndOfInput = std::feof(stream) ? 1 : 0;
     return static_cast<uint32_t>(got);
+}
+
+uint32_t CBinFrameReader::Fill(int fd)
+{
+    const uint32_t room = MakeRoom();
+    size_t got = 0;
+    switch (ReadSome(fd, m_pBuffer + m_uWritePos, room, got))
+    {
+    case eReadData:
+        m_uWritePos += static_cast<uint32_t>(got);
+        return static_cast<uint32_t>(got);
+    case eReadEnd:
+        m_bEndOfInput = 1;
+        return 0;
+    case eReadInterrupted:
+        break;
+    }
+    return 0;
 }
 
 bool CBinFrameReader::NextFrame(const uint8_t** frame, uint32_t* length, uint32_t* kind)

@@ -16,6 +16,11 @@ public:
     // Makes room and reads. Returns the number of bytes read; 0 at the end of
     // the input or for a null stream.
     uint32_t Fill(std::FILE* stream);
+    // The same from a descriptor, for input that arrives while the
+    // conversion runs: takes what is there and waits only when nothing is.
+    // The end of the input is set only when it has ended; a read that a
+    // signal cut short returns 0 and leaves it clear.
+    uint32_t Fill(int fd);
 
     // Delivers the next frame, or returns false when more bytes are needed or
     // all are consumed. Each output may be null. The pointer is valid until
@@ -43,6 +48,10 @@ public:
     uint8_t m_bEndOfInput;
     uint8_t m_abEnabled[kFrameKindCount];
     uint8_t m_abCandidate[kFrameKindCount];
+
+private:
+    // Compacts the buffer as needed; returns the room behind the data.
+    uint32_t MakeRoom();
 };
 
 // The parser of "$BIN" frames.

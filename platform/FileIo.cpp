@@ -1,5 +1,6 @@
 #include "platform/FileIo.h"
 
+#include <sys/stat.h>
 #include <sys/types.h>
 #include <unistd.h>
 
@@ -10,9 +11,9 @@ StreamPos GetStreamPos(std::FILE* stream)
     return static_cast<StreamPos>(ftello(stream));
 }
 
-void SetStreamPos(std::FILE* stream, StreamPos pos)
+bool SetStreamPos(std::FILE* stream, StreamPos pos)
 {
-    fseeko(stream, static_cast<off_t>(pos), SEEK_SET);
+    return fseeko(stream, static_cast<off_t>(pos), SEEK_SET) == 0;
 }
 
 bool WriteAtStreamPos(std::FILE* stream, StreamPos pos, const char* data, size_t length)
@@ -39,5 +40,8 @@ bool TruncateAtStreamPos(std::FILE* stream)
     const off_t at = ftello(stream);
     if (at < 0)
         return false;
+    struct stat st{};
+    if (fstat(fileno(stream), &st) == 0 && !S_ISREG(st.st_mode))
+        return true;
     return ftruncate(fileno(stream), at) == 0;
 }

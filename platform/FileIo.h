@@ -14,12 +14,13 @@ using StreamPos = int64_t;
 // The current position of `stream`.
 StreamPos GetStreamPos(std::FILE* stream);
 
-// Moves `stream` to a position read by GetStreamPos.
-void SetStreamPos(std::FILE* stream, StreamPos pos);
+// Moves `stream` to a position read by GetStreamPos. False when it can't.
+bool SetStreamPos(std::FILE* stream, StreamPos pos);
 
 // Cuts the file behind `stream` at the stream's current position: every byte
 // from there on is removed, and the stream stays usable for writing there.
-// What the stream had buffered reaches the file first.
+// What the stream had buffered reaches the file first. A device has nothing
+// to cut: that counts as done.
 bool TruncateAtStreamPos(std::FILE* stream);
 
 // Writes `length` bytes at position `pos` of the file behind `stream` without

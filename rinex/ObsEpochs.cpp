@@ -284,14 +284,14 @@ void CWriteRinexObs::FlushEpoch()
     if (markerPending && m_pFile != nullptr)
     {
         m_bMarkerPending = 0;
-        SetStreamPos(m_pFile, m_posMarkerStart);
+        SeekTo(m_posMarkerStart);
         m_posMarkerStart = 0;
         m_posMarkerEnd = 0;
     }
     if (movingPending && m_pFile != nullptr)
     {
         m_bMovingPending = 0;
-        SetStreamPos(m_pFile, m_posMovingStart);
+        SeekTo(m_posMovingStart);
     }
 
     WriteObsHeader();

@@ -103,6 +103,16 @@ void PutPaddedLine(SHeaderImage& image, const char* text)
     image.Append(line);
 }
 
+// A site line from -H or the log's records when there is one, else the
+// header's own line (none for an empty `own`).
+void PutSiteLine(SHeaderImage& image, const char* site, const char* own)
+{
+    if (site[0] != '\0')
+        PutPaddedLine(image, site);
+    else
+        image.Append(own);
+}
+
 // True when `memo` holds the text made from `keys`. Otherwise the memo takes
 // the keys and the caller makes the text into it.
 bool MemoHolds(SHeaderLineMemo& memo, std::span<const double> keys)
@@ -153,7 +163,8 @@ void CWriteRinexObs::RewriteChangedBytes(const SHeaderImage& image)
         --lastLine;
     const size_t first = firstLine * kLineBytes;
     const size_t end = std::min<size_t>((lastLine + 1) * kLineBytes, image.m_uLength);
-    WriteAtStreamPos(m_pFile, m_posHeader + static_cast<StreamPos>(first), image.m_aText + first, end - first);
+    if (!WriteAtStreamPos(m_pFile, m_posHeader + static_cast<StreamPos>(first), image.m_aText + first, end - first))
+        NoteIoError();
     std::memcpy(m_imageInFile.m_aText + first, image.m_aText + first, end - first);
 }
 
@@ -170,7 +181,8 @@ void CWriteRinexObs::RewriteChangedBytes(const SHeaderImage& image)
 void CWriteRinexObs::GrowHeaderByOneLine(StreamPos& saved)
 {
     const StreamPos tailStart = m_posHeaderEnd;
-    std::fseek(m_pFile, 0, SEEK_END);
+    if (std::fseek(m_pFile, 0, SEEK_END) != 0)
+        NoteIoError();
     StreamPos from = GetStreamPos(m_pFile);
 
     while (from > tailStart)
@@ -179,9 +191,9 @@ void CWriteRinexObs::GrowHeaderByOneLine(StreamPos& saved)
         if (chunk > static_cast<StreamPos>(sizeof(s_aMoveBuffer)))
             chunk = sizeof(s_aMoveBuffer);
         from -= chunk;
-        SetStreamPos(m_pFile, from);
+        SeekTo(from);
         const size_t got = std::fread(s_aMoveBuffer, 1, static_cast<size_t>(chunk), m_pFile);
-        SetStreamPos(m_pFile, from + kLineBytes);
+        SeekTo(from + kLineBytes);
         std::fwrite(s_aMoveBuffer, 1, got, m_pFile);
     }
     std::fflush(m_pFile);
@@ -207,18 +219,16 @@ void CWriteRinexObs::WriteObsHeader()
         FormatRunDate(m_szRunDate, sizeof(m_szRunDate));
     }
 
-    std::fflush(m_pFile);
-
     // A header once mixed stays mixed, so it never shrinks away from the data
     // behind it.
     const bool mixed = m_bHeaderMixed || m_bSeenGlonass || m_abSeenBeidou[0];
     const bool firstWriting = !m_bHeaderPlaced;
     const bool grows = !firstWriting && mixed && !m_bHeaderMixed;
     m_bHeaderMixed = mixed ? 1 : 0;
-    SHeaderImage image;
+    SHeaderImage& image = m_imagePending;
+    image.m_uLength = 0;
 
     const SExternalHeader& ext = g_ExternalHeader;
-    const bool present = ext.m_bPresent != 0;
 
     if (mixed)
     {
@@ -237,23 +247,14 @@ void CWriteRinexObs::WriteObsHeader()
         FormatHeaderLine(m_memoProgram.m_szText, kProgramLineFormat, kProgramName, kRunBy, m_szRunDate);
     image.Append(m_memoProgram.m_szText);
 
-    if (present)
-        PutPaddedLine(image, ext.m_szObserverLine);
-    else
-        image.Append("YOUR NAME           TALLOWMERE                              OBSERVER / AGENCY   \n");
-
-    if (present)
-        PutPaddedLine(image, ext.m_szMarkerNameLine);
-    else
-        image.Append("MARKER001                                                   MARKER NAME         \n");
-
-    if (present)
-        PutPaddedLine(image, ext.m_szMarkerNumberLine);
-
-    if (present)
-        PutPaddedLine(image, ext.m_szReceiverLine);
-    else
-        image.Append("000000001           TALLOWMERE MERIDOR  001                 REC # / TYPE / VERS \n");
+    PutSiteLine(image, ext.m_szObserverLine,
+                "YOUR NAME           TALLOWMERE                              OBSERVER / AGENCY   \n");
+    PutSiteLine(image, ext.m_szMarkerNameLine,
+                "MARKER001                                                   MARKER NAME         \n");
+    // Without a site line there is no MARKER NUMBER line at all.
+    PutSiteLine(image, ext.m_szMarkerNumberLine, "");
+    PutSiteLine(image, ext.m_szReceiverLine,
+                "000000001           TALLOWMERE MERIDOR  001                 REC # / TYPE / VERS \n");
 
     image.Append("     0                                                      RCV CLOCK OFFS APPL \n");
 
@@ -261,7 +262,7 @@ void CWriteRinexObs::WriteObsHeader()
     // the header has no position line, and a comment further down takes its
     // 81 bytes, so the header's length doesn't depend on it.
     bool positionLine = true;
-    if (AllBytesZero(m_aApproxXyz) && present && ext.m_szApproxPositionLine[0] != '\0')
+    if (AllBytesZero(m_aApproxXyz) && ext.m_szApproxPositionLine[0] != '\0')
         PutPaddedLine(image, ext.m_szApproxPositionLine);
     else if (m_aApproxXyz[0] == 0.0 && m_aApproxXyz[1] == 0.0 && m_aApproxXyz[2] == 0.0)
         positionLine = false;
@@ -273,15 +274,10 @@ void CWriteRinexObs::WriteObsHeader()
         image.Append(m_memoPosition.m_szText);
     }
 
-    if (present)
-        PutPaddedLine(image, ext.m_szAntennaLine);
-    else
-        image.Append("                                                            ANT # / TYPE        \n");
-
-    if (present)
-        PutPaddedLine(image, ext.m_szAntennaDeltaLine);
-    else
-        image.Append("        0.0000        0.0000        0.0000                  ANTENNA: DELTA H/E/N\n");
+    PutSiteLine(image, ext.m_szAntennaLine,
+                "                                                            ANT # / TYPE        \n");
+    PutSiteLine(image, ext.m_szAntennaDeltaLine,
+                "        0.0000        0.0000        0.0000                  ANTENNA: DELTA H/E/N\n");
 
     // The distance of the first two flushed epochs, in whole seconds, sets the
     // interval once; the rate detection may change it later, and each rewrite
@@ -357,16 +353,18 @@ void CWriteRinexObs::WriteObsHeader()
     image.Append(" C1C    0.000 C1P    0.000 C2C    0.000 C2P    0.000        GLONASS COD/PHS/BIS \n");
     image.Append("                                                            END OF HEADER       \n");
 
-    // The usual rewrite puts what changed in a header of the same length over
-    // the one in the file with one positioned write; the stream stays behind
-    // the epochs.
+    // The usual rewrite, a header of the same length, waits for the next
+    // SyncToDisk: then what changed goes over the header in the file with
+    // one positioned write, behind the epochs it names, and the stream stays
+    // behind the epochs.
     const StreamPos length = static_cast<StreamPos>(image.m_uLength);
     if (!firstWriting && !grows && !m_bMovingAtStart && length == m_posHeaderEnd - m_posHeader &&
         image.m_uLength == m_imageInFile.m_uLength)
     {
-        RewriteChangedBytes(image);
+        m_bImagePending = 1;
         return;
     }
+    m_bImagePending = 0;
 
     StreamPos saved = 0;
     if (firstWriting)
@@ -379,7 +377,7 @@ void CWriteRinexObs::WriteObsHeader()
         saved = GetStreamPos(m_pFile);
         if (grows)
             GrowHeaderByOneLine(saved);
-        SetStreamPos(m_pFile, m_posHeader);
+        SeekTo(m_posHeader);
     }
     std::fwrite(image.m_aText, 1, image.m_uLength, m_pFile);
     m_posHeaderEnd = GetStreamPos(m_pFile);
@@ -390,6 +388,21 @@ void CWriteRinexObs::WriteObsHeader()
         WriteMovingRecords();
 
     if (!firstWriting)
-        SetStreamPos(m_pFile, saved);
+        SeekTo(saved);
     std::fflush(m_pFile);
+}
+
+bool CWriteRinexObs::SyncToDisk()
+{
+    if (m_pFile == nullptr)
+        return true;
+    // The epochs first: a header on disk never names an epoch that isn't.
+    if (std::fflush(m_pFile) != 0)
+        return false;
+    if (m_bImagePending)
+    {
+        RewriteChangedBytes(m_imagePending);
+        m_bImagePending = 0;
+    }
+    return m_iIoError == 0 && !std::ferror(m_pFile);
 }

@@ -1,5 +1,6 @@
 #include "rinex/ObsWriter.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 
@@ -73,14 +74,21 @@ CWriteRinexObs::CWriteRinexObs(std::FILE* stream, double interval, bool fixed, c
       m_bMovingAtStart(0),
       m_bMarkerPending(0),
       m_bMovingPending(0),
+      m_iIoError(0),
       m_posHeaderEnd(0),
-      m_bHeaderMixed(0)
+      m_bHeaderMixed(0),
+      m_bImagePending(0)
 {
     if (position != nullptr)
         std::memcpy(m_aApproxXyz, position, sizeof(m_aApproxXyz));
-    std::snprintf(m_szAntennaDelta, sizeof(m_szAntennaDelta), "%-20s%-20s%-20s%-20s", "0.000", "0.000",
-                  "0.000", "ANTENNA: DELTA H/E/N");
+    FormatAntennaDeltaLine(0.0, m_szAntennaDelta);
     ClearEpochTables();
+}
+
+void FormatAntennaDeltaLine(double height, char (&line)[kHeaderLineSize])
+{
+    std::snprintf(line, sizeof(line), "%14.4f%14.4f%14.4f%-18s%-20s", height, 0.0, 0.0, "",
+                  "ANTENNA: DELTA H/E/N");
 }
 
 void CWriteRinexObs::SetSite(std::FILE* stream, double interval, bool fixed, const double* position)
@@ -112,7 +120,7 @@ void CWriteRinexObs::WriteMarkerBlock()
     if (rewrite)
     {
         back = GetStreamPos(m_pFile);
-        SetStreamPos(m_pFile, m_posMarkerStart);
+        SeekTo(m_posMarkerStart);
     }
     m_posMarkerStart = GetStreamPos(m_pFile);
 
@@ -127,7 +135,7 @@ void CWriteRinexObs::WriteMarkerBlock()
 
     m_posMarkerEnd = GetStreamPos(m_pFile);
     if (rewrite)
-        SetStreamPos(m_pFile, back);
+        SeekTo(back);
 }
 
 void CWriteRinexObs::WriteMovingRecords()
@@ -229,17 +237,30 @@ void CWriteRinexObs::RemoveMarkerBlock()
     // by line; reading always runs ahead of writing, so nothing is lost.
     for (;;)
     {
-        SetStreamPos(m_pFile, read);
+        SeekTo(read);
         if (std::fgets(s_aLineBuffer, sizeof(s_aLineBuffer), m_pFile) == nullptr)
             break;
         read = GetStreamPos(m_pFile);
-        SetStreamPos(m_pFile, write);
+        SeekTo(write);
         std::fputs(s_aLineBuffer, m_pFile);
         write = GetStreamPos(m_pFile);
     }
 
-    SetStreamPos(m_pFile, write);
-    TruncateAtStreamPos(m_pFile);
+    SeekTo(write);
+    if (!TruncateAtStreamPos(m_pFile))
+        NoteIoError();
+}
+
+void CWriteRinexObs::SeekTo(StreamPos pos)
+{
+    if (!SetStreamPos(m_pFile, pos))
+        NoteIoError();
+}
+
+void CWriteRinexObs::NoteIoError()
+{
+    if (m_iIoError == 0)
+        m_iIoError = errno != 0 ? errno : EIO;
 }
 
 void FlushEpoch()

@@ -25,12 +25,12 @@ struct SObsEntry
 };
 
 // Ready-made header lines of the site, from -H or from the log's records.
+// A line left empty keeps the one the header has without them.
 constexpr uint32_t kHeaderLineSize = 81; // 80 characters and the terminator
 // A header line in the file: 80 characters and the line feed.
 constexpr uint32_t kLineBytes = 81;
 struct SExternalHeader
 {
-    uint8_t m_bPresent;
     char m_szMarkerNameLine[kHeaderLineSize];
     char m_szMarkerNumberLine[kHeaderLineSize];
     char m_szObserverLine[kHeaderLineSize];
@@ -40,6 +40,11 @@ struct SExternalHeader
     char m_szApproxPositionLine[kHeaderLineSize];
 };
 extern SExternalHeader g_ExternalHeader;
+
+// The ANTENNA: DELTA H/E/N line, 80 characters, of an antenna `height` metres
+// above the marker with no east or north offset: "%14.4f%14.4f%14.4f" and
+// the label. A height of 0 gives the line a header has without a site record.
+void FormatAntennaDeltaLine(double height, char (&line)[kHeaderLineSize]);
 
 constexpr uint32_t kBdsBands = kBeidouBands;
 constexpr uint32_t kEpochListSize = 47; // satellites of one epoch line, all systems
@@ -105,6 +110,11 @@ public:
 
     // Header and epochs.
     void WriteObsHeader();
+    // Brings the file on disk up to date: first the epochs written so far,
+    // then the header that names them. Between two of these the header in
+    // the file may lag behind the epochs, never run ahead of them. Returns
+    // false when the file can't be written.
+    bool SyncToDisk();
     void FlushEpoch();
     uint32_t WriteEpochLine(int32_t list[kEpochListSize]);
     void WriteSatelliteLines(const int32_t list[kEpochListSize], uint32_t count);
@@ -148,8 +158,13 @@ public:
     uint8_t m_bMovingAtStart;
     uint8_t m_bMarkerPending;
     uint8_t m_bMovingPending;
+    int m_iIoError; // the system's error number of the first failed positioned operation, 0 for none
 
 private:
+    // Moves the stream to `pos`, noting a failure.
+    void SeekTo(StreamPos pos);
+    // Notes the system's error number of a failed operation on the file.
+    void NoteIoError();
     // Moves everything behind the header up by one line when the header has
     // to take its mixed form after it was laid down in the GPS form.
     void GrowHeaderByOneLine(StreamPos& saved);
@@ -173,6 +188,11 @@ private:
     // The header as it stands in the file: a rewrite of the same length only
     // puts the bytes that changed, as a rule those of TIME OF LAST OBS.
     SHeaderImage m_imageInFile;
+    // The header of the latest epoch, when it differs from the one in the
+    // file only in place: it goes out at the next SyncToDisk, behind the
+    // epochs it names.
+    SHeaderImage m_imagePending;
+    uint8_t m_bImagePending;
 };
 
 // The run's one observation writer.

@@ -96,7 +96,7 @@ std::string MarkerBlock(const std::string& eventLine)
     return event + " 3  5\n" +
            "SITE A                                                      MARKER NAME         \n"
            "0042                                                        MARKER NUMBER       \n"
-           "0.000               0.000               0.000               ANTENNA: DELTA H/E/N\n"
+           "        0.0000        0.0000        0.0000                  ANTENNA: DELTA H/E/N\n"
            " NO VALID POSITION RECORD FOUND FOR THIS MARKER             COMMENT             \n"
            " *** START NEW MARKER ***                                   COMMENT             \n";
 }

@@ -148,21 +148,6 @@ TEST(SiteInputs, LocationComesFromTheTextOrTheFirstLineOfAFileAndAFailureKeepsTh
     RunOptions = SRunOptions{};
 }
 
-TEST(SiteInputs, UnreadableLocationOrHeaderIsReportedWithItsText)
-{
-    const std::string cant = "Can't Read Lat,Lon,Height from : ";
-    for (const auto& [arg, printed] : std::vector<std::pair<std::string, std::string>>{
-             {"-L:abc", "Unable to open: abc\n" + cant + "abc\n"},
-             {"-L:empty", cant + "empty\n" + cant + "empty\n"},
-             {"-L:abcd", cant + "abcd\n"},
-             {"-H:nofile", "Unable to open: nofile\n"}})
-    {
-        SToolRun run;
-        ObsOf({}, {arg}, {{"empty", ""}}, &run);
-        EXPECT_EQ(run.m_szStderr, printed + HelpText()) << arg;
-    }
-}
-
 TEST(SiteInputs, LocationOptionGivesThePositionLineInsteadOfTheComment)
 {
     // The second case names a file whose name reads as a location itself.
@@ -196,6 +181,14 @@ TEST(SiteInputs, HeaderFileLinesReplaceTheDefaultSiteLinesByTheirLabelInColumn61
 
     EXPECT_EQ(HeaderOf(ObsOf(Epoch(), {"-H:hdr", "in.log", "obs"}, {{"hdr", file}})),
               SiteHeader(position, observer, name + number, receiver, antenna, delta));
+
+    // A file of one line, its label not padded and ended by CR LF, changes
+    // that line alone; every other line stays the tool's own.
+    const std::string header =
+        HeaderOf(ObsOf(Epoch(), {"-H:one", "in.log", "obs"}, {{"one", "PILLAR 3" + std::string(52, ' ') + "MARKER NAME\r\n"}}));
+    std::string expected = HeaderText(SHeaderParts{});
+    expected.replace(expected.find(kMarkerName), kMarkerName.size(), name);
+    EXPECT_EQ(header, expected);
 }
 
 TEST(SiteInputs, SiteRecordsOfTheLogMakeTheHeaderOnlyWithROptionInFrontOfTheInput)
@@ -217,7 +210,7 @@ TEST(SiteInputs, SiteRecordsOfTheLogMakeTheHeaderOnlyWithROptionInFrontOfTheInpu
                          Cols({{"SITE7", 60}, {"MARKER NAME", 20}}) + Cols({{"SITE#", 60}, {"MARKER NUMBER", 20}}),
                          Cols({{"RCV123", 20}, {"MERIDOR-X", 20}, {"FIELDAPP_2.5.1", 20}, {"REC # / TYPE / VERS", 20}}),
                          Cols({{"", 20}, {"TLWV610         NONE", 40}, {"ANT # / TYPE", 20}}),
-                         Cols({{"1.2345", 20}, {"0.000", 20}, {"0.000", 20}, {"ANTENNA: DELTA H/E/N", 20}})));
+                         "        1.2345        0.0000        0.0000                  ANTENNA: DELTA H/E/N\n"));
     // Only the first record's mode counts: no moving records behind the header.
     EXPECT_EQ(obs.substr(header.size(), 7), "> 2020 ");
 
@@ -235,16 +228,27 @@ TEST(SiteInputs, SiteRecordsOfTheLogMakeTheHeaderOnlyWithROptionInFrontOfTheInpu
 TEST(SiteInputs, SentencesDuringThePassFillTheMarkerBlockBehindTheFirstEpoch)
 {
     Bytes log = MakeMarkerSiteFrame(1, "SITE A", "0042");
-    for (const Bytes& piece : {Epoch(), Epoch(1), MakeSentence("$>JSITERECORD,SITE A,1.500,a,b,ANT,Stationary\r\n"),
-                               Gga("1000.000,N", "02000.000,E", 0), Gga("3346.000,S", "15112.600,E", 1),
+    for (const Bytes& piece : {Epoch(), Epoch(1), Gga("1000.000,N", "02000.000,E", 0), Gga("3346.000,S", "15112.600,E", 1),
                                Gga("1000.000,N", "02000.000,E", 1), Epoch(2)}) // the first valid position wins
         AppendBytes(log, piece);
 
-    const std::vector<std::string> lines = LinesOf(ObsOf(log, {"in.log", "obs"}));
-    size_t end = 0;
-    while (end < lines.size() && lines[end].find("*** START NEW MARKER ***") == std::string::npos)
-        ++end;
-    ASSERT_LT(end, lines.size());
-    EXPECT_EQ(lines[end - 2], Cols({{"1.500", 20}, {"0.000", 20}, {"0.000", 20}, {"ANTENNA: DELTA H/E/N", 20}}));
-    ExpectPositionLine(lines[end - 1], -(33.0 + 46.0 / 60.0), 151.0 + 12.6 / 60.0, 50.0);
+    // The antenna height goes into the first F14.4 column; one that isn't a
+    // number leaves the line without offsets and is told once.
+    for (const auto& [height, delta] : {std::pair{"1.500", "        1.5000"}, {"1.5m", "        0.0000"}})
+    {
+        Bytes twice = log;
+        AppendBytes(twice, MakeSentence(std::string("$>JSITERECORD,SITE A,") + height + ",a,b,ANT,Stationary\r\n"));
+        AppendBytes(twice, MakeSentence(std::string("$>JSITERECORD,SITE A,") + height + ",a,b,ANT,Stationary\r\n"));
+        SToolRun run;
+        const std::vector<std::string> lines = LinesOf(ObsOf(twice, {"in.log", "obs"}, {}, &run));
+        size_t end = 0;
+        while (end < lines.size() && lines[end].find("*** START NEW MARKER ***") == std::string::npos)
+            ++end;
+        ASSERT_LT(end, lines.size());
+        EXPECT_EQ(lines[end - 2], delta + std::string("        0.0000        0.0000                  ANTENNA: DELTA H/E/N\n"));
+        ExpectPositionLine(lines[end - 1], -(33.0 + 46.0 / 60.0), 151.0 + 12.6 / 60.0, 50.0);
+        const size_t told = run.m_szStderr.find("is not a number");
+        EXPECT_EQ(told != std::string::npos, std::string(height) == "1.5m") << run.m_szStderr;
+        EXPECT_EQ(run.m_szStderr.find("is not a number", told + 1), std::string::npos) << "told once";
+    }
 }

@@ -25,6 +25,7 @@ TEST_F(ObsHeaderTest, FixedIntervalSurvivesTheLatchAndAWideOneIsCutToTheLine)
         Flush(100.0);
         PutSignal(w.m_aGpsL1[4], 5, kG05L1);
         Flush(105.0);
+        w.SyncToDisk();
         std::fclose(file);
 
         SHeaderParts parts;
@@ -66,10 +67,8 @@ TEST_F(ObsHeaderTest, FirstObsShowsSixtyWhereLastObsCarriesAndWholeSecondsEndInO
 // short one, and the external position against a computed one.
 TEST_F(ObsHeaderTest, ShortExternalLineIsPaddedOnALineOfItsOwnAndComputedPositionWins)
 {
-    g_ExternalHeader.m_bPresent = 1;
-    // Shorter than 80: it kept the line end it was read with, and the padding
-    // follows it as a line of blanks.
-    const std::string numberLine = "SITE#" + std::string(55, ' ') + "MARKER NUMBER\n";
+    // Shorter than 80: the label's padding is made up.
+    const std::string numberLine = "SITE#" + std::string(55, ' ') + "MARKER NUMBER";
     std::snprintf(g_ExternalHeader.m_szMarkerNumberLine, kHeaderLineSize, "%s", numberLine.c_str());
     const std::string external = "        1.0000        2.0000        3.0000                  APPROX POSITION XYZ ";
     std::snprintf(g_ExternalHeader.m_szApproxPositionLine, kHeaderLineSize, "%s", external.c_str());

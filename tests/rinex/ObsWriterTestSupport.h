@@ -54,7 +54,7 @@ inline const std::string kBlankTriple = "         0.000 0         0.000 0       
 inline const std::string kBlockEventBlank = ">                              3  5\n";
 inline const std::string kBlockNameSiteA = "SITE A                                                      MARKER NAME         \n";
 inline const std::string kBlockNumber0042 = "0042                                                        MARKER NUMBER       \n";
-inline const std::string kBlockDeltaDefault = "0.000               0.000               0.000               ANTENNA: DELTA H/E/N\n";
+inline const std::string kBlockDeltaDefault = "        0.0000        0.0000        0.0000                  ANTENNA: DELTA H/E/N\n";
 inline const std::string kBlockNoPosition = " NO VALID POSITION RECORD FOUND FOR THIS MARKER             COMMENT             \n";
 inline const std::string kBlockPosition = "  3845123.2500  1234567.5000 -4987654.1250                  APPROX POSITION XYZ \n";
 inline const std::string kBlockComment = " *** START NEW MARKER ***                                   COMMENT             \n";
@@ -105,10 +105,10 @@ protected:
         m_pWriter->FlushEpoch();
     }
 
-    // The file as it stands on disk, run date masked.
+    // The file as it stands on disk once brought up to date, run date masked.
     std::string FileText()
     {
-        std::fflush(m_pFile);
+        m_pWriter->SyncToDisk();
         return MaskRunDate(m_Dir.ReadFile("obs.rnx"));
     }
 

@@ -1,6 +1,7 @@
 #include "support/ToolRun.h"
 
 #include <fcntl.h>
+#include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -76,10 +77,12 @@ SToolRun RunObsforgeTool(const std::vector<std::string>& args, const std::string
 
 SToolRun RunTool(const std::string& executable, const std::vector<std::string>& args, const std::string& workDir)
 {
-    CScratchDir captured;
-    const std::string errPath = captured.Path("stderr");
-    const std::string outPath = captured.Path("stdout");
+    return CToolProcess(executable, args, workDir).Wait();
+}
 
+CToolProcess::CToolProcess(const std::string& executable, const std::vector<std::string>& args,
+                           const std::string& workDir)
+{
     std::vector<std::string> words{executable};
     words.insert(words.end(), args.begin(), args.end());
     std::vector<char*> argv;
@@ -91,19 +94,42 @@ SToolRun RunTool(const std::string& executable, const std::vector<std::string>& 
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_addchdir_np(&actions, workDir.c_str());
     posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
-    posix_spawn_file_actions_addopen(&actions, 1, outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    posix_spawn_file_actions_addopen(&actions, 2, errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-
-    SToolRun run;
+    posix_spawn_file_actions_addopen(&actions, 1, m_Captured.Path("stdout").c_str(), O_WRONLY | O_CREAT | O_TRUNC,
+                                     0644);
+    posix_spawn_file_actions_addopen(&actions, 2, m_Captured.Path("stderr").c_str(), O_WRONLY | O_CREAT | O_TRUNC,
+                                     0644);
     pid_t pid = 0;
     if (posix_spawn(&pid, executable.c_str(), &actions, nullptr, argv.data(), environ) == 0)
+        m_iPid = pid;
+    posix_spawn_file_actions_destroy(&actions);
+}
+
+CToolProcess::~CToolProcess()
+{
+    if (m_iPid > 0)
+    {
+        kill(m_iPid, SIGKILL);
+        waitpid(m_iPid, nullptr, 0);
+    }
+}
+
+void CToolProcess::Signal(int number) const
+{
+    if (m_iPid > 0)
+        kill(m_iPid, number);
+}
+
+SToolRun CToolProcess::Wait()
+{
+    SToolRun run;
+    if (m_iPid > 0)
     {
         int status = 0;
-        waitpid(pid, &status, 0);
+        waitpid(m_iPid, &status, 0);
+        m_iPid = -1;
         run.m_iExitStatus = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
     }
-    posix_spawn_file_actions_destroy(&actions);
-    run.m_szStderr = ReadWholeFile(errPath);
-    run.m_szStdout = ReadWholeFile(outPath);
+    run.m_szStderr = m_Captured.ReadFile("stderr");
+    run.m_szStdout = m_Captured.ReadFile("stdout");
     return run;
 }

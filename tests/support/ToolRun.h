@@ -35,6 +35,27 @@ struct SToolRun
     std::string m_szStdout;
 };
 
+// A run of an executable that goes on while the test works: its standard
+// input is closed, both output streams are captured.
+class CToolProcess
+{
+public:
+    CToolProcess(const std::string& executable, const std::vector<std::string>& args,
+                 const std::string& workDir = ".");
+    ~CToolProcess();
+    CToolProcess(const CToolProcess&) = delete;
+    CToolProcess& operator=(const CToolProcess&) = delete;
+
+    void Signal(int number) const;
+    // Waits for the end; the exit status is 128 + the signal's number for a
+    // run that a signal ended.
+    SToolRun Wait();
+
+private:
+    CScratchDir m_Captured;
+    int m_iPid = -1;
+};
+
 // Runs the obsforge executable with `args` (element 0 is added) in the folder
 // `workDir`, standard input closed, and captures its exit status and both
 // output streams. File names in `args` are relative to `workDir`: a name that
