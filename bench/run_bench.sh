@@ -69,8 +69,6 @@ median() { sort -g | awk '{ v[NR] = $1 } END { if (NR % 2) print v[(NR + 1) / 2]
 spread() { sort -g | awk 'NR == 1 { lo = $1 } { hi = $1 } END { printf "%.3f to %.3f", lo, hi }'; }
 
 # One conversion; prints "seconds max-rss-KiB user-seconds system-seconds".
-# File names are relative: the tool takes an argument that starts with "/"
-# for an option.
 convert_once() {
     rm -f obs.rnx gps.rnx glo.rnx bds.rnx summary.txt
     local start end
