@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Writes the input logs of the golden cases again, from the station data of
-# examples/data through tools/rinex2log. Run from the top folder after a build:
+# examples/data (through tools/rinex2log) and from the synthetic generator
+# (tools/golden_synthetic_logs). Run from the top folder after a build:
 #
 #   tests/golden/make-logs.sh [BUILD_DIR]      (default build)
 #
@@ -35,3 +36,5 @@ $r2l -g 76 -s -m -t 150 "$tmp/gps.obs" "$tmp/gps.nav" $g/site-records/input.log
 $r2l -g 76 -b raw -u "$bdut" -d 7 -s -m -t 120 "$obs" "$nav" "$tmp/damaged.log"
 cut="$(grep -obUaP '\$BIN\x4c\x00' "$tmp/damaged.log" | tail -n 1 | cut -d: -f1)"
 head -c "$((cut + 40))" "$tmp/damaged.log" >$g/damaged/input.log
+
+"$build/tools/golden_synthetic_logs" $g
