@@ -15,10 +15,13 @@
 #                                             first unless --write is given)
 #   golden.sh compare EXPECTED_DIR OUT_DIR    compares a folder of outputs
 #                                             made elsewhere (no stderr)
+#
+# Each file's diff stops after GOLDEN_DIFF_LINES lines (150).
 set -euo pipefail
 set -f # the words of `args` are taken as they stand
 
 label="PGM / RUN BY / DATE"
+max_diff_lines="${GOLDEN_DIFF_LINES:-150}" # per file; the rest is counted
 scratch="$(mktemp -d)"
 trap 'rm -rf "$scratch"' EXIT
 
@@ -43,7 +46,11 @@ compare_dirs() {
             differ=1
         elif ! cmp -s <(masked "$expected/$f") <(masked "$actual/$f"); then
             diff -u --text --label "expected/$f" --label "actual/$f" \
-                <(masked "$expected/$f") <(masked "$actual/$f") || true
+                <(masked "$expected/$f") <(masked "$actual/$f") >"$scratch/diff" || true
+            head -n "$max_diff_lines" "$scratch/diff"
+            local lines
+            lines=$(wc -l <"$scratch/diff")
+            ((lines <= max_diff_lines)) || echo "... $((lines - max_diff_lines)) more lines of diff for $f"
             differ=1
         fi
     done < <(files_in "$expected")
@@ -92,10 +99,11 @@ check)
     for case in "${@%/}"; do
         name="$(basename "$case")"
         run_case "$exe" "$case" "$scratch/$name"
-        if compare_dirs "$case/expected" "$scratch/$name"; then
+        if compare_dirs "$case/expected" "$scratch/$name" >"$scratch/$name.report"; then
             echo "golden $name: ok"
         else
-            echo "golden $name: DIFFERS (expected files in $case/expected)"
+            echo "golden $name: DIFFERS from $case/expected"
+            cat "$scratch/$name.report"
             failed+=("$name")
         fi
     done
@@ -112,7 +120,9 @@ regenerate)
         name="$(basename "$case")"
         mkdir -p "$case/expected"
         run_case "$exe" "$case" "$scratch/$name"
-        if ! compare_dirs "$case/expected" "$scratch/$name"; then
+        if ! compare_dirs "$case/expected" "$scratch/$name" >"$scratch/$name.report"; then
+            echo "golden $name: changed"
+            cat "$scratch/$name.report"
             changed+=("$case")
         fi
     done
