@@ -5,7 +5,7 @@ JOBS       ?= $(shell nproc)
 
 PREFIX     ?= /usr/local
 
-.PHONY: all build run test sanitize sample clean install package
+.PHONY: all build run test sanitize sample clean install package golden
 
 all: build
 
@@ -19,6 +19,13 @@ run: build
 
 test: build
 	ctest --test-dir $(BUILD) --output-on-failure -j $(JOBS)
+
+# The expected files of the golden whole runs (tests/golden/, and the
+# sample's in examples/expected/) written again with the current build: each
+# changed file is shown as a unified diff, then written on a yes, or at once
+# with WRITE=1.
+golden: build
+	tests/golden/golden.sh regenerate $(if $(WRITE),--write) ./$(BUILD)/obsforge tests/golden/*/
 
 # Every test again, built with AddressSanitizer and UndefinedBehaviorSanitizer.
 sanitize:
