@@ -8,8 +8,8 @@
 // with a = (f_i / f_j)^2 and the phases in metres. The combination keeps the
 // code's multipath and noise plus a constant of the phase ambiguities for
 // each arc, so the mean of every arc is taken off. An arc ends at a gap, at a
-// loss-of-lock mark, at a slip found in the data, at a receiver clock jump and
-// where the partner carrier changes; arcs of fewer than kQcMpMinArcPoints
+// loss-of-lock mark, at a slip found in the data and where the partner
+// carrier changes (a receiver clock jump is carried over by the analysis); arcs of fewer than kQcMpMinArcPoints
 // values are left out, as their mean is no estimate of the constant.
 //
 // The sums run online: per arc the sum and the sum of squares of the values

@@ -58,6 +58,14 @@ struct SSatBucket
 };
 } // namespace
 
+struct SPhaseMemory
+{
+    bool m_bValid = false;
+    double m_dSeconds = 0.0;
+    double m_dPhase = 0.0;   // cycles
+    double m_dDoppler = 0.0; // Hz
+};
+
 struct CQcAnalysis::SSatellite
 {
     uint32_t m_uSystem = 0;
@@ -68,6 +76,9 @@ struct CQcAnalysis::SSatellite
     uint32_t m_auPartner[kQcSignalCount] = {kQcNoSignal, kQcNoSignal, kQcNoSignal, kQcNoSignal,
                                             kQcNoSignal, kQcNoSignal, kQcNoSignal, kQcNoSignal};
     double m_adMultipathLast[kQcSignalCount] = {};
+    double m_adMultipathRaw[kQcSignalCount] = {};    // the last value before the offset
+    double m_adMultipathOffset[kQcSignalCount] = {}; // clock jumps taken off in the present arc
+    SPhaseMemory m_aPhaseMemory[kQcSignalCount];     // each carrier's phase and Doppler at its last epoch
     CQcSlipDetector m_Slips;
     CQcBucketSeries<SSatBucket> m_Timeline;
     const SQcObservation* m_apEpoch[kQcSignalCount] = {};
@@ -252,7 +263,7 @@ void CQcAnalysis::EndEpoch()
     uint32_t perSystem[kQcSystemCount] = {};
     for (SSatellite* sat : m_aTouched)
     {
-        ProcessSatellite(*sat, t, interval, bucket, clockJump);
+        ProcessSatellite(*sat, t, interval, bucket, clockJump ? jump.m_iMilliseconds : 0);
         ++perSystem[sat->m_uSystem];
     }
     uint32_t total = 0;
@@ -293,8 +304,22 @@ void CQcAnalysis::EndEpoch()
     m_aEpoch.clear();
 }
 
-void CQcAnalysis::ProcessSatellite(SSatellite& sat, double t, double interval, size_t bucket, bool clockJump)
+bool CQcAnalysis::PhaseStep(const SSatellite& sat, uint32_t signal, double t, double& metres) const
 {
+    const SPhaseMemory& last = sat.m_aPhaseMemory[signal];
+    const SQcObservation* obs = sat.m_apEpoch[signal];
+    if (!last.m_bValid || obs == nullptr || !obs->m_bHavePhase || !obs->m_bHaveDoppler || !(t > last.m_dSeconds))
+        return false;
+    // The phase falls by the Doppler (the sign of the observation file); what is left is the step.
+    const double predicted = -0.5 * (last.m_dDoppler + obs->m_dDoppler) * (t - last.m_dSeconds);
+    const double units = std::round((obs->m_dPhase - last.m_dPhase - predicted) / kQcPhaseStepCycles);
+    metres = units * kQcPhaseStepCycles * obs->m_dWavelength;
+    return true;
+}
+
+void CQcAnalysis::ProcessSatellite(SSatellite& sat, double t, double interval, size_t bucket, int64_t clockJumpMs)
+{
+    const bool clockJump = clockJumpMs != 0;
     bool haveAngles = false;
     double elevation = 0.0;
     double azimuth = 0.0;
@@ -377,14 +402,50 @@ void CQcAnalysis::ProcessSatellite(SSatellite& sat, double t, double interval, s
         CQcMultipath& mp = sat.m_aMultipath[s];
         const uint32_t touched = 1u << s | 1u << i | 1u << j;
         const bool gap = interval > 0.0 && t - sat.m_adMultipathLast[s] > kQcGapIntervals * interval;
-        if (newArc[s] || carriers[i].m_bRestart || carriers[j].m_bRestart || (slips & touched) != 0 || clockJump ||
-            j != sat.m_auPartner[s] || gap)
-            mp.BreakArc();
+        const bool broken = newArc[s] || carriers[i].m_bRestart || carriers[j].m_bRestart || (slips & touched) != 0 ||
+                            j != sat.m_auPartner[s] || gap;
         const double ratio = info.m_dFrequency / kQcSignals[j].m_dFrequency;
-        mp.AddValue(MultipathValue(obs->m_dCode, carriers[i].m_dPhase, carriers[j].m_dPhase, ratio), haveAngles,
-                    elevation);
+        const double raw = MultipathValue(obs->m_dCode, carriers[i].m_dPhase, carriers[j].m_dPhase, ratio);
+        if (broken)
+        {
+            mp.BreakArc();
+            sat.m_adMultipathOffset[s] = 0.0;
+        }
+        else if (clockJump)
+        {
+            // The combination steps by the code's jump less the phases' whole 8192-cycle steps, each
+            // told from the phase's change against its Doppler; without a Doppler the arc ends.
+            double stepI = 0.0;
+            double stepJ = 0.0;
+            if (PhaseStep(sat, i, t, stepI) && PhaseStep(sat, j, t, stepJ))
+            {
+                const double alpha = ratio * ratio;
+                const double k = 2.0 / (alpha - 1.0);
+                sat.m_adMultipathOffset[s] += static_cast<double>(clockJumpMs) * kQcMillisecondMetres -
+                                              (1.0 + k) * stepI + k * stepJ;
+            }
+            else
+            {
+                mp.BreakArc();
+                sat.m_adMultipathOffset[s] = 0.0;
+            }
+        }
+        mp.AddValue(raw - sat.m_adMultipathOffset[s], haveAngles, elevation);
+        sat.m_adMultipathRaw[s] = raw;
         sat.m_adMultipathLast[s] = t;
         sat.m_auPartner[s] = j;
+    }
+
+    for (uint32_t s = 0; s < kQcSignalCount; ++s)
+    {
+        const SQcObservation* obs = sat.m_apEpoch[s];
+        SPhaseMemory& memory = sat.m_aPhaseMemory[s];
+        memory.m_bValid = obs != nullptr && obs->m_bHavePhase && obs->m_bHaveDoppler && obs->m_dWavelength > 0.0;
+        if (!memory.m_bValid)
+            continue;
+        memory.m_dSeconds = t;
+        memory.m_dPhase = obs->m_dPhase;
+        memory.m_dDoppler = obs->m_dDoppler;
     }
 
     SSatBucket& cell = sat.m_Timeline.At(m_Axis, bucket);

@@ -38,6 +38,9 @@
 // once per this step, for completeness and for satellites whose observations
 // come without angles.
 constexpr double kQcSkyStepSeconds = 30.0;
+// The decoder places a carrier phase next to its code in units of this many
+// cycles (the modulus of the phase fragment), so at a clock jump the phase steps by whole units.
+constexpr double kQcPhaseStepCycles = 8192.0;
 
 class CQcAnalysis
 {
@@ -76,7 +79,11 @@ private:
 
     SSatellite& SatelliteOf(uint32_t system, uint32_t number);
     void UpdateSky(double seconds);
-    void ProcessSatellite(SSatellite& sat, double seconds, double interval, size_t bucket, bool clockJump);
+    // `clockJumpMs`: the receiver clock's jump at this epoch, 0 for none.
+    void ProcessSatellite(SSatellite& sat, double seconds, double interval, size_t bucket, int64_t clockJumpMs);
+    // The step (metres) of a carrier's phase at a clock jump: its change against the Doppler,
+    // in whole 8192-cycle units. False without the phase and Doppler of both epochs.
+    bool PhaseStep(const SSatellite& sat, uint32_t signal, double seconds, double& metres) const;
     void TryFix(double seconds);
     bool ReferencePosition(double xyz[3]) const;
 
