@@ -81,7 +81,7 @@ protected:
 
     static void Clear()
     {
-        for (CGpsNavState* s : {&g_GpsNavState, &g_BeidouNavState})
+        for (CGpsNavState* s : {&g_GpsNavState, static_cast<CGpsNavState*>(&g_BeidouNavState)})
         {
             std::memset(s->m_aEphemeris, 0, sizeof(s->m_aEphemeris));
             std::memset(s->m_aPendingEphemeris, 0, sizeof(s->m_aPendingEphemeris));
