@@ -22,11 +22,8 @@ namespace
 constexpr double kGpsL1Hz = 1575419999.9999988;
 constexpr double kGpsL2Hz = 1227600000.0000012;
 
-// Satellite list limits of one epoch line: GPS alone, GPS and GLONASS, all.
-constexpr uint32_t kMaxGpsInList = 12;
-constexpr uint32_t kMaxGpsGloInList = 27;
+// GPS numbers above this are SBAS satellites, which never reach the file.
 constexpr uint32_t kLastGpsNumber = 32;
-constexpr uint32_t kBdsLineRows = 32; // rows searched for BeiDou lines
 
 // A list element is the satellite number plus its system's base.
 enum ESystem : int32_t
@@ -250,7 +247,7 @@ void CWriteRinexObs::ClearEpochTables()
 {
     // Measurements, numbers, strengths and the repeat marks live on: only
     // the flags say what belongs to the pending epoch.
-    const auto clear = [](SObsEntry (&table)[kSatRows]) {
+    const auto clear = [](auto& table) {
         for (SObsEntry& entry : table)
         {
             entry.m_uLli = 0;
@@ -318,10 +315,12 @@ void CWriteRinexObs::FlushEpoch()
 
 uint32_t CWriteRinexObs::WriteEpochLine(int32_t list[kEpochListSize])
 {
-    // Selection. Numbers outside a system's range never enter the list: the
-    // list tells systems apart by number ranges alone.
+    // Selection: every satellite with data, in ascending row order per system;
+    // the list has room for all of them. Numbers outside a system's range
+    // never enter the list: the list tells systems apart by number ranges
+    // alone.
     uint32_t count = 0;
-    for (uint32_t row = 0; row < kSatRows && count < kMaxGpsInList; ++row)
+    for (uint32_t row = 0; row < kSatRows && count < kEpochListSize; ++row)
     {
         const SObsEntry& entry = m_aGpsL1[row];
         if (IsListed(entry) && entry.m_uPRN >= 1 && entry.m_uPRN <= static_cast<int32_t>(kLastGpsNumber))
@@ -329,7 +328,7 @@ uint32_t CWriteRinexObs::WriteEpochLine(int32_t list[kEpochListSize])
     }
     if (m_bSeenGlonass)
     {
-        for (uint32_t row = 0; row < kGlonassSlots && count < kMaxGpsGloInList; ++row)
+        for (uint32_t row = 0; row < kGlonassSlots && count < kEpochListSize; ++row)
         {
             const SObsEntry& entry = m_aGloL1[row];
             if (IsListed(entry) && IsGlonassSlot(entry.m_uPRN))
@@ -338,7 +337,7 @@ uint32_t CWriteRinexObs::WriteEpochLine(int32_t list[kEpochListSize])
     }
     if (m_abSeenBeidou[0] || m_abSeenBeidou[1] || m_abSeenBeidou[2])
     {
-        for (uint32_t row = 0; row < kSatRows && count < kEpochListSize; ++row)
+        for (uint32_t row = 0; row < kBeidouRows && count < kEpochListSize; ++row)
         {
             for (uint32_t band = 0; band < kBdsBands; ++band)
             {
@@ -466,7 +465,7 @@ void CWriteRinexObs::WriteSatelliteLines(const int32_t list[kEpochListSize], uin
     // BeiDou: a band not seen yet has no columns at all, so the groups of the
     // bands behind it move left. Every seen band of a row that isn't written
     // is marked, so a satellite that returns shows the gap on its phase.
-    for (uint32_t row = 0; row < kBdsLineRows && next < count; ++row)
+    for (uint32_t row = 0; row < kBeidouRows && next < count; ++row)
     {
         const int32_t number = list[next] - g_aSystemBase[eSystemBeidou];
         bool match = false;
