@@ -159,6 +159,8 @@ void AddBdsSlot(const SObsSlot& slot, bool lastPacket, uint32_t band)
     uint32_t row = 0;
     if (!TableRow(g_BeidouNavState, slot.m_uPRN, kBeidouRows, row))
         return;
+    if (row >= writer.m_uBdsRowsInUse)
+        writer.m_uBdsRowsInUse = row + 1;
     // Earlier packets of the band's set only count for slips while no epoch is open.
     if (lastPacket)
         OpenEpoch();

@@ -247,21 +247,22 @@ void CWriteRinexObs::ClearEpochTables()
 {
     // Measurements, numbers, strengths and the repeat marks live on: only
     // the flags say what belongs to the pending epoch.
-    const auto clear = [](auto& table) {
-        for (SObsEntry& entry : table)
+    const auto clear = [](SObsEntry* table, uint32_t rows) {
+        for (uint32_t row = 0; row < rows; ++row)
         {
-            entry.m_uLli = 0;
-            entry.m_bValid = 0;
-            entry.m_bGood = 0;
+            table[row].m_uLli = 0;
+            table[row].m_bValid = 0;
+            table[row].m_bGood = 0;
         }
     };
-    clear(m_aGpsL1);
-    clear(m_aGpsL2);
-    clear(m_aGpsL1P);
-    clear(m_aGloL1);
-    clear(m_aGloL2);
-    for (auto& band : m_aBds)
-        clear(band);
+    clear(m_aGpsL1, kSatRows);
+    clear(m_aGpsL2, kSatRows);
+    clear(m_aGpsL1P, kSatRows);
+    clear(m_aGloL1, kSatRows);
+    clear(m_aGloL2, kSatRows);
+    // BeiDou rows no message has reached hold nothing.
+    for (SObsEntry* band : m_aBds)
+        clear(band, std::min(m_uBdsRowsInUse, kBeidouRows));
 }
 
 void CWriteRinexObs::FlushEpoch()
@@ -337,7 +338,8 @@ uint32_t CWriteRinexObs::WriteEpochLine(int32_t list[kEpochListSize])
     }
     if (m_abSeenBeidou[0] || m_abSeenBeidou[1] || m_abSeenBeidou[2])
     {
-        for (uint32_t row = 0; row < kBeidouRows && count < kEpochListSize; ++row)
+        const uint32_t bdsRows = std::min(m_uBdsRowsInUse, kBeidouRows);
+        for (uint32_t row = 0; row < bdsRows && count < kEpochListSize; ++row)
         {
             for (uint32_t band = 0; band < kBdsBands; ++band)
             {

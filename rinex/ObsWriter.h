@@ -137,6 +137,9 @@ public:
     SObsEntry m_aGloL1[kSatRows];
     SObsEntry m_aGloL2[kSatRows];
     SObsEntry m_aBds[kBdsBands][kBeidouRows];
+    // One more than the highest BeiDou row a message has reached in the run:
+    // the rows from here on are untouched, and an epoch's passes stop here.
+    uint32_t m_uBdsRowsInUse = 0;
     StreamPos m_posMarkerStart;
     StreamPos m_posMarkerEnd;
     StreamPos m_posMovingStart;

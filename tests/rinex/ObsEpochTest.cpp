@@ -30,9 +30,9 @@ TEST_F(ObsEpochTest, SecondsRoundingToSixtyMoveToNextMinuteWithRemainderFoldedIn
     // printing adds are taken off every code and phase.
     PutSignal(w.m_aGpsL1[4], 5, kG05L1);
     PutSignal(w.m_aGpsL2[4], 5, kG05L2);
-    PutSignal(w.m_aBds[0][5], 6, {90000000.5, 25000000.75, -100.25, 5});
-    PutSignal(w.m_aBds[1][5], 6, {90000000.5, 25000001.5, -77.75, 6});
-    PutSignal(w.m_aBds[2][5], 6, {90000000.5, 25000004.5, -80.5, 4});
+    PutBeidou(w, 0, 6, {90000000.5, 25000000.75, -100.25, 5});
+    PutBeidou(w, 1, 6, {90000000.5, 25000001.5, -77.75, 6});
+    PutBeidou(w, 2, 6, {90000000.5, 25000004.5, -80.5, 4});
     Flush(119.99999996);
     EXPECT_NEAR(w.m_dEpochRemainder, -4e-08, 1e-14);
 
@@ -58,7 +58,7 @@ TEST_F(ObsEpochTest, EveryLockedSatelliteOfEverySystemIsListedUpToC63)
             PutSignal(w.m_aGpsL1[prn - 1], prn, kG05L1, prn != 20);
         if (prn <= 24)
             PutSignal(w.m_aGloL1[prn - 1], prn, kG05L1);
-        PutSignal(w.m_aBds[2][prn - 1], prn, bds);
+        PutBeidou(w, 2, prn, bds);
     }
     PutSignal(w.m_aGpsL1[33], 135, kG05L1);
     w.m_aGpsL1[13].m_uLli = 1;
@@ -118,7 +118,7 @@ TEST_F(ObsEpochTest, BeidouB3AloneKeepsTheGpsFileType)
     CWriteRinexObs& w = Writer();
     w.m_abSeenBeidou[2] = 1;
     PutSignal(w.m_aGpsL1[4], 5, kG05L1);
-    PutSignal(w.m_aBds[2][5], 6, {70000000.25, 25000004.5, -80.5, 4});
+    PutBeidou(w, 2, 6, {70000000.25, 25000004.5, -80.5, 4});
     Flush(100.0);
     EXPECT_EQ(FileText(), HeaderText(SHeaderParts{}) + "> 2020  6 21  0  1 40.0000000  0  2\n" + kG05L1Line + "\n" +
                               "C06  70000000.250 4  25000004.500 4       -80.500 4\n");
