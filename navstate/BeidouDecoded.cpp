@@ -110,7 +110,7 @@ uint32_t CBeidouSubFrame::StoreDecoded(const SBeidouDecoded& block, uint32_t sat
 {
     // Newness is judged per channel; the record goes to the satellite's row.
     // Without the table, or for a number without a row, there is nothing to do.
-    if (g_paBIN_BeidouEph == nullptr || m_uChannel >= kBeidouChannels || satellite == 0 || satellite > kSatRows)
+    if (g_paBIN_BeidouEph == nullptr || m_uChannel >= kBeidouChannels || satellite == 0 || satellite > kBeidouRows)
         return 0;
     SBeidouChannelEph& element = g_paBIN_BeidouEph[m_uChannel];
 
@@ -136,7 +136,7 @@ uint32_t CBeidouSubFrame::StoreDecoded(const SBeidouDecoded& block, uint32_t sat
 
 void ConvertDecoded(const SBeidouDecoded& block, uint32_t satellite, CGpsNavState& navState)
 {
-    if (satellite == 0 || satellite > kSatRows)
+    if (satellite == 0 || satellite > navState.m_uRows)
         return;
     // Straight into the pending row: ActivateEphemeris brings it into use. The
     // transmission time tables are not the decoder's.

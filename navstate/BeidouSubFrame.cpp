@@ -24,9 +24,15 @@ constexpr uint32_t kPreambleMask = 0x7FF;
 constexpr uint32_t kInvertedPreamble = 0x0ED; // complement of 0x712
 constexpr uint32_t kWordBits = 0x3FFFFFFF;    // bits 31-30 are no part of a word
 
-// Raw subframes are only taken for these satellites; 1 to 5 (GEO) send D2.
-constexpr uint32_t kHighestRawSatellite = 32;
-constexpr uint32_t kHighestD2Satellite = 5;
+// The geostationary satellites send D2, all others D1: C01 to C05 and C59
+// to C63, the first and the last five numbers the constellation gives out.
+constexpr uint32_t kLastLowD2Satellite = 5;
+constexpr uint32_t kFirstHighD2Satellite = 59;
+
+bool SendsD2(uint32_t satellite)
+{
+    return satellite <= kLastLowD2Satellite || (satellite >= kFirstHighD2Satellite && satellite <= kBeidouRows);
+}
 
 // Places in every subframe.
 constexpr uint32_t kFrameIdPosition = 15;
@@ -214,10 +220,10 @@ void CBeidouSubFrame::ProcessMsg35(const uint8_t* frame)
     const uint32_t satellite = ReadU16(frame, kBin35SatelliteOffset);
     if (satellite < kRawFormSatelliteBase)
     {
-        // Decoded form. The BeiDou table has rows for 1 to 35 only; a block for
+        // Decoded form. The BeiDou table has rows for 1 to 63 only; a block for
         // any other number could be neither compared nor stored, so it is let
         // go before it touches the channel.
-        if (satellite == 0 || satellite > kSatRows)
+        if (satellite == 0 || satellite > kBeidouRows)
         {
             TraceMsg("BIN35 satellite %u has no row\n", satellite);
             return;
@@ -260,7 +266,9 @@ void CBeidouSubFrame::AddRawSubFrame(uint32_t satellite, const uint32_t* pauWord
         m_bChanged = false;
         m_uPRN = satellite;
     }
-    if (m_uPRN == 0 || m_uPRN > kHighestRawSatellite)
+    // Subframes of a satellite without a row are dropped; the channel's
+    // sequence has been reset for it all the same.
+    if (m_uPRN == 0 || m_uPRN > kBeidouRows)
         return;
 
     uint32_t readable[kBeidouSubFrameWords];
@@ -269,7 +277,7 @@ void CBeidouSubFrame::AddRawSubFrame(uint32_t satellite, const uint32_t* pauWord
     m_uFrameId = reader.GetUWord(kFrameIdPosition, kFrameIdWidth);
     m_uSow = reader.GetUWord(kSowPosition, kSowWidth);
 
-    if (m_uPRN <= kHighestD2Satellite)
+    if (SendsD2(m_uPRN))
         D2_AddSubFrame(readable);
     else if (m_uFrameId >= 1 && m_uFrameId <= kBeidouSubFrames)
         D1_AddSubFrame(stored); // subframes 4 and 5 carry no ephemeris

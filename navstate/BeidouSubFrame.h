@@ -96,7 +96,8 @@ struct SBeidouRawFrames
 };
 
 // The decoder of one receiver channel: joins D1 subframes 1 to 3, or gathers
-// the ten pages of D2 subframe 1 (satellites 1 to 5), into m_sDecoded.
+// the ten pages of D2 subframe 1 (the geostationary C01 to C05 and C59 to
+// C63), into m_sDecoded.
 class CBeidouSubFrame
 {
 public:

@@ -182,7 +182,7 @@ void CGpsNavState::ComputeSatState(uint32_t prn, const GpsTime* time)
         return;
 
     SSatState state{};
-    if (row < kFixedRows)
+    if (row < m_uFixedRows)
     {
         KeplerState(record, when, state);
         state.m_timeState = when;

@@ -64,7 +64,12 @@ int32_t GlonassRow(uint32_t slot)
 // ---------------------------------------------------------------------------
 // CGpsNavState
 
-CGpsNavState::CGpsNavState()
+CGpsNavState::CGpsNavState() : CGpsNavState(kFixedRows, kExtendedRows)
+{
+}
+
+CGpsNavState::CGpsNavState(uint32_t fixedRows, uint32_t extendedRows)
+    : m_uFixedRows(fixedRows), m_uRows(fixedRows + extendedRows)
 {
     std::memset(m_aEphemeris, 0, sizeof(m_aEphemeris));
     std::memset(m_aPendingEphemeris, 0, sizeof(m_aPendingEphemeris));
@@ -73,13 +78,14 @@ CGpsNavState::CGpsNavState()
     std::memset(m_auPendingTxTime, 0, sizeof(m_auPendingTxTime));
     std::memset(m_adElevation, 0, sizeof(m_adElevation));
     std::memset(m_adAzimuth, 0, sizeof(m_adAzimuth));
-    for (uint32_t row = 0; row < kFixedRows; ++row)
+    std::memset(m_auTruePRN, 0, sizeof(m_auTruePRN));
+    for (uint32_t row = 0; row < m_uFixedRows; ++row)
         m_auTruePRN[row] = row + 1;
-    for (uint32_t i = 0; i < kExtendedRows; ++i)
-        m_auTruePRN[kFixedRows + i] = kPresetExtendedPRN[i];
+    for (uint32_t row = m_uFixedRows; row < m_uRows; ++row)
+        m_auTruePRN[row] = kPresetExtendedPRN[row - m_uFixedRows];
     m_uExtendedCount = 0;
     std::memset(m_abExtendedUsed, 0, sizeof(m_abExtendedUsed));
-    m_pMessageCache = new uint8_t[kSatRows][kMessageCacheRowBytes]();
+    m_pMessageCache = new uint8_t[m_uRows][kMessageCacheRowBytes]();
 }
 
 CGpsNavState::~CGpsNavState()
@@ -107,15 +113,17 @@ int32_t CGpsNavState::SatIndexFromPRN(int32_t prn)
 
 void CGpsNavState::RegisterExtendedPRN(uint32_t prn)
 {
-    // Only numbers above 32 have extended rows; rows 0 to 31 are fixed.
-    if (prn <= kFixedRows)
+    // Only numbers above the fixed rows have extended rows, and only while
+    // one is free.
+    const uint32_t extendedRows = m_uRows - m_uFixedRows;
+    if (prn <= m_uFixedRows)
         return;
-    if (m_uExtendedCount >= kExtendedRows)
+    if (m_uExtendedCount >= extendedRows)
         return;
 
-    for (uint32_t i = 0; i < kExtendedRows; ++i)
+    for (uint32_t i = 0; i < extendedRows; ++i)
     {
-        if (m_auTruePRN[kFixedRows + i] == prn)
+        if (m_auTruePRN[m_uFixedRows + i] == prn)
         {
             if (!m_abExtendedUsed[i])
             {
@@ -126,13 +134,13 @@ void CGpsNavState::RegisterExtendedPRN(uint32_t prn)
         }
     }
 
-    for (uint32_t i = 0; i < kExtendedRows; ++i)
+    for (uint32_t i = 0; i < extendedRows; ++i)
     {
         if (!m_abExtendedUsed[i])
         {
             m_abExtendedUsed[i] = 1;
             ++m_uExtendedCount;
-            m_auTruePRN[kFixedRows + i] = prn;
+            m_auTruePRN[m_uFixedRows + i] = prn;
             return;
         }
     }
@@ -141,7 +149,7 @@ void CGpsNavState::RegisterExtendedPRN(uint32_t prn)
 bool CGpsNavState::RowOfPRN(uint32_t prn, uint32_t& row)
 {
     const uint32_t internal = InternalPRNFromTruePRN(prn);
-    if (internal == 0 || internal > kSatRows)
+    if (internal == 0 || internal > m_uRows)
         return false;
     row = internal - 1;
     return true;
@@ -149,7 +157,7 @@ bool CGpsNavState::RowOfPRN(uint32_t prn, uint32_t& row)
 
 uint32_t CGpsNavState::InternalPRNFromTruePRN(uint32_t prn)
 {
-    if (prn >= 1 && prn <= kSatRows)
+    if (prn >= 1 && prn <= m_uRows)
         return prn;
 
     // A number too large for the signed argument has no row; it is not handed
@@ -157,7 +165,7 @@ uint32_t CGpsNavState::InternalPRNFromTruePRN(uint32_t prn)
     int32_t row = -1;
     if (prn <= static_cast<uint32_t>(INT32_MAX))
         row = SatIndexFromPRN(static_cast<int32_t>(prn));
-    if (row < 0 || row >= static_cast<int32_t>(kSatRows))
+    if (row < 0 || row >= static_cast<int32_t>(m_uRows))
     {
         if (prn != 0)
             TraceMsg("InternalPRNFromTruePRN FAILED %d\n", static_cast<int32_t>(prn));
@@ -169,7 +177,7 @@ uint32_t CGpsNavState::InternalPRNFromTruePRN(uint32_t prn)
 const SGpsEphemeris* CGpsNavState::GetStructAlways(uint32_t prn, uint32_t* pTxTime)
 {
     const int32_t row = static_cast<int32_t>(InternalPRNFromTruePRN(prn)) - 1;
-    if (row < 0 || row >= static_cast<int32_t>(kSatRows))
+    if (row < 0 || row >= static_cast<int32_t>(m_uRows))
     {
         TraceMsg("GetStructAlways INVALID SAT INDEX %d\n", row);
         return nullptr;
@@ -185,7 +193,7 @@ const SGpsEphemeris* CGpsNavState::GetStructAlways(uint32_t prn, uint32_t* pTxTi
 void CGpsNavState::UpdateEphemerisAge(uint32_t prn)
 {
     const int32_t row = static_cast<int32_t>(InternalPRNFromTruePRN(prn)) - 1;
-    if (row < 0 || row >= static_cast<int32_t>(kSatRows))
+    if (row < 0 || row >= static_cast<int32_t>(m_uRows))
         return; // callers pass numbers with a row; nothing to evaluate otherwise
 
     SGpsEphemeris& record = m_aEphemeris[row];
@@ -207,7 +215,7 @@ void CGpsNavState::UpdateEphemerisAge(uint32_t prn)
 bool CGpsNavState::ActivateEphemeris(uint32_t prn)
 {
     const int32_t row = static_cast<int32_t>(InternalPRNFromTruePRN(prn)) - 1;
-    if (row < 0 || row >= static_cast<int32_t>(kSatRows))
+    if (row < 0 || row >= static_cast<int32_t>(m_uRows))
     {
         TraceMsg("INVALID SAT INDEX %d\n", row);
         return false;
@@ -226,6 +234,20 @@ bool CGpsNavState::ActivateEphemeris(uint32_t prn)
             UpdateElevation(prn, true);
     }
     return current.m_uStatus == kStatusInFit && current.m_uHealth == 0;
+}
+
+// ---------------------------------------------------------------------------
+// CBeidouNavState
+
+CBeidouNavState::CBeidouNavState() : CGpsNavState(kBeidouRows, 0)
+{
+}
+
+int32_t CBeidouNavState::SatIndexFromPRN(int32_t prn)
+{
+    if (prn < 1 || prn > static_cast<int32_t>(kBeidouRows))
+        return -1;
+    return prn - 1;
 }
 
 // ---------------------------------------------------------------------------
@@ -348,6 +370,6 @@ void CNavState::Init()
 // this file they are built GPS, BeiDou, GLONASS, then the receiver's place.
 
 CGpsNavState g_GpsNavState;
-CGpsNavState g_BeidouNavState;
+CBeidouNavState g_BeidouNavState;
 CGlonassNavState g_GlonassNavState;
 CNavState g_NavState;

@@ -4,13 +4,20 @@
 
 #include "navstate/NavRecords.h"
 
-// Rows of every satellite table: 0 to 31 are the numbers 1 to 32 for good;
-// 32 to 34 are given out, first come first served, to numbers above 32.
+// Rows of the GPS table (and of the GLONASS table, whose slots take the
+// first 24): 0 to 31 are the numbers 1 to 32 for good; 32 to 34 are given
+// out, first come first served, to numbers above 32 (SBAS).
 constexpr uint32_t kSatRows = 35;
 constexpr uint32_t kFixedRows = 32;
 constexpr uint32_t kExtendedRows = 3;
 // GLONASS satellites are numbered by slot.
 constexpr uint32_t kGlonassSlots = 24;
+// The BeiDou table has a row of its own for every number the constellation
+// gives out, C01 to C63, and no shared rows: a number above 63 has no row.
+constexpr uint32_t kBeidouRows = 63;
+// Every table is laid out for the largest of them.
+constexpr uint32_t kMaxSatRows = kBeidouRows;
+static_assert(kMaxSatRows >= kSatRows);
 
 // Status values of a record.
 constexpr uint16_t kStatusEmpty = 0;
@@ -19,12 +26,14 @@ constexpr uint16_t kStatusInFit = 2;
 constexpr uint16_t kStatusStored = 3;
 constexpr uint16_t kStatusUnhealthy = 8;
 
-// The satellite table of GPS (and, as a second object, of BeiDou): current
-// and pending ephemeris of every row, their transmission times, the computed
-// state, elevation and azimuth, and the last message taken for each row.
+// The satellite table of GPS, and the base of the BeiDou and GLONASS tables:
+// current and pending ephemeris of every row, their transmission times, the
+// computed state, elevation and azimuth, and the last message taken for each
+// row.
 class CGpsNavState
 {
 public:
+    // The GPS table: rows of their own for 1 to 32, three extended rows.
     CGpsNavState();
     virtual ~CGpsNavState();
     CGpsNavState(const CGpsNavState&) = delete;
@@ -50,7 +59,8 @@ public:
     bool RowOfPRN(uint32_t prn, uint32_t& row);
     // The current record of a satellite, or null.
     const SGpsEphemeris* GetStructAlways(uint32_t prn, uint32_t* pTxTime);
-    // Gives a number above 32 one of the three extended rows, at most three per run.
+    // Gives a number above the fixed rows one of the extended rows, at most
+    // one per extended row and run.
     void RegisterExtendedPRN(uint32_t prn);
     // Recomputes elevation and azimuth of a satellite from its state.
     void UpdateElevation(uint32_t prn, bool fresh);
@@ -58,17 +68,38 @@ public:
     // is filled, 0 when the row has no computed state. The week is not used.
     uint32_t PredictSatState(uint32_t prn, uint32_t week, double seconds, SSatState& out);
 
-    SGpsEphemeris m_aEphemeris[kSatRows];
-    SGpsEphemeris m_aPendingEphemeris[kSatRows];
-    SSatState m_aSatState[kSatRows];
-    uint32_t m_auTxTime[kSatRows];
-    uint32_t m_auPendingTxTime[kSatRows];
-    double m_adElevation[kSatRows];
-    double m_adAzimuth[kSatRows];
-    uint32_t m_auTruePRN[kSatRows];
+    // Rows 0 to m_uFixedRows - 1 belong to the numbers 1 to m_uFixedRows for
+    // good; the rows from there to m_uRows - 1 are the extended rows.
+    uint32_t m_uFixedRows;
+    uint32_t m_uRows;
+    SGpsEphemeris m_aEphemeris[kMaxSatRows];
+    SGpsEphemeris m_aPendingEphemeris[kMaxSatRows];
+    SSatState m_aSatState[kMaxSatRows];
+    uint32_t m_auTxTime[kMaxSatRows];
+    uint32_t m_auPendingTxTime[kMaxSatRows];
+    double m_adElevation[kMaxSatRows];
+    double m_adAzimuth[kMaxSatRows];
+    uint32_t m_auTruePRN[kMaxSatRows];
     uint32_t m_uExtendedCount;
     uint8_t m_abExtendedUsed[kExtendedRows];
     uint8_t (*m_pMessageCache)[140]; // last BIN95 or BIN93 of each row
+
+protected:
+    // A table of `fixedRows` rows of their own and `extendedRows` shared
+    // ones: at most kExtendedRows of these, and kMaxSatRows in all.
+    CGpsNavState(uint32_t fixedRows, uint32_t extendedRows);
+};
+
+// The BeiDou table: a BeiDou record has the layout of a GPS record, and the
+// table works as the GPS one, but every number from 1 to 63 has a row of its
+// own and none is shared.
+class CBeidouNavState : public CGpsNavState
+{
+public:
+    CBeidouNavState();
+
+    // Numbers 1 to 63 are their rows; any other number has none.
+    int32_t SatIndexFromPRN(int32_t prn) override;
 };
 
 // Compares the data words (3 to 10 of each subframe) of a cached BIN95 with
@@ -111,6 +142,6 @@ struct CNavState
 
 // The run-wide navigation state, built in this order before main begins.
 extern CGpsNavState g_GpsNavState;
-extern CGpsNavState g_BeidouNavState; // the BeiDou table: an object of the GPS class
+extern CBeidouNavState g_BeidouNavState;
 extern CGlonassNavState g_GlonassNavState;
 extern CNavState g_NavState;

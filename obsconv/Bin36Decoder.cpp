@@ -44,7 +44,7 @@ void DecodeBin36Slot(SObsSlot& slot, const uint8_t* frame)
 
     const uint32_t record = kRecordsOffset + kRecordSize * n;
     const SPackedRecord words = ReadPackedRecord(frame, kChannelWordsOffset + kWordSize * n, record);
-    const uint32_t prn = words.IsEmpty() ? 0 : PrnWithRow(g_BeidouNavState, words.Prn(), kSatRows);
+    const uint32_t prn = words.IsEmpty() ? 0 : PrnWithRow(g_BeidouNavState, words.Prn(), kBeidouRows);
 
     // A different satellite in the channel restarts its slip memory.
     const bool fresh = prn != slot.m_uPRN;

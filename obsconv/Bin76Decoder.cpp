@@ -12,8 +12,14 @@ namespace
 {
 using namespace PackedObsRecord;
 
-// Frame offsets of the per-channel parts. L2 records and L1 P words exist for
-// 12 channels, L1 records and channel words for 15, of which 12 are driven.
+// The message drives 15 channels: L1 records and channel words exist for all
+// of them, L2 records and L1 P words for the first 12 only. A satellite on
+// channel 12, 13 or 14 has L1 C/A alone.
+constexpr uint32_t kBin76Channels = 15;
+constexpr uint32_t kBin76DualChannels = 12;
+static_assert(kBin76Channels <= kSlotsPerArray, "every channel needs a slot");
+
+// Frame offsets of the per-channel parts.
 constexpr uint32_t kL2RecordsOffset = 24;
 constexpr uint32_t kL1RecordsOffset = 168;
 constexpr uint32_t kChannelWordsOffset = 348;
@@ -37,13 +43,18 @@ constexpr double kL2CyclesPerMetre = 4.094832832652519;
 
 void DecodeBin76Slot(SObsSlot& slot, const uint8_t* frame)
 {
-    // Only 12 channels are driven, and only the three GPS signals live here.
+    // Only the message's channels, and only the three GPS signals live here.
     const uint32_t n = slot.m_uChannel;
     const uint32_t signal = slot.m_uSignal;
-    if (n >= kChannelsPerMessage)
+    if (n >= kBin76Channels)
         return;
     if (signal != kSignalL1 && signal != kSignalGpsL2 && signal != kSignalGpsL1P)
         return;
+    if (signal != kSignalL1 && n >= kBin76DualChannels)
+    {
+        slot.m_uPRN = 0; // the channel has no record of this signal: as an empty one
+        return;
+    }
 
     const uint32_t l1Record = kL1RecordsOffset + kRecordSize * n;
     const uint32_t record = signal == kSignalGpsL2 ? kL2RecordsOffset + kRecordSize * n : l1Record;
@@ -82,11 +93,17 @@ void DecodeBin76Slot(SObsSlot& slot, const uint8_t* frame)
 void OnBin76(const uint8_t* frame)
 {
     FlushIfEpochChanged();
-    for (uint32_t n = 0; n < kChannelsPerMessage; ++n)
+    for (uint32_t n = 0; n < kBin76DualChannels; ++n)
     {
         DecodeBin76Slot(g_aSlotGpsL1[n], frame);
         DecodeBin76Slot(g_aSlotGpsL2[n], frame);
         DecodeBin76Slot(g_aSlotGpsL1P[n], frame);
         AddGpsSlots(g_aSlotGpsL1[n], g_aSlotGpsL2[n], g_aSlotGpsL1P[n]);
+    }
+    // The channels without L2 and L1 P: their L2 and L1 P slots stay empty.
+    for (uint32_t n = kBin76DualChannels; n < kBin76Channels; ++n)
+    {
+        DecodeBin76Slot(g_aSlotGpsL1[n], frame);
+        AddGpsL1Slot(g_aSlotGpsL1[n]);
     }
 }

@@ -4,8 +4,9 @@
 
 #include "obsconv/ObsSlots.h"
 
-// Takes a BIN76 frame (GPS L1 C/A, L2 and L1 P of 12 channels) whose seconds
-// differ from the log time's, after the log time has been set to them.
+// Takes a BIN76 frame (GPS L1 C/A of 15 channels, L2 and L1 P of the first
+// 12) whose seconds differ from the log time's, after the log time has been
+// set to them.
 void OnBin76(const uint8_t* frame);
 
 // Fills `slot` from its channel (slot.m_uChannel) of a BIN76 frame, for the

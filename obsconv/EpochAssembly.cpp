@@ -26,15 +26,14 @@ constexpr uint32_t kRateBest = 2; // longest run so far
 constexpr double kStrengthThresholdsL1[3] = {5.0, 10.0, 20.0};
 constexpr double kStrengthThresholdsOther[3] = {-3.0, 10.0, 20.0};
 
-// Satellites numbered above this have an entry but never reach the file.
-constexpr uint32_t kHighestWrittenPRN = 32;
-
 // The table row of a satellite number in `state`; false when it has none
-// within the 35 rows of the epoch tables.
-bool TableRow(CGpsNavState& state, uint32_t prn, uint32_t& row)
+// within the `rows` rows of the epoch table it goes to.
+bool TableRow(CGpsNavState& state, uint32_t prn, uint32_t rows, uint32_t& row)
 {
+    if (prn == 0)
+        return false; // an empty channel, the most common case: no look-up
     const int32_t index = state.SatIndexFromPRN(static_cast<int32_t>(prn));
-    if (index < 0 || index >= static_cast<int32_t>(kSatRows))
+    if (index < 0 || index >= static_cast<int32_t>(rows))
         return false;
     row = static_cast<uint32_t>(index);
     return true;
@@ -51,12 +50,14 @@ void OpenEpoch()
 }
 
 // The slip mark always; the measurements only for an epoch that will be
-// written, and not for a satellite the elevation mask leaves out.
-void AddToEntry(SObsEntry& entry, const SObsSlot& slot)
+// written, and not for a satellite the elevation mask leaves out. A satellite
+// in one of the table's shared extended rows (a GPS number above 32, SBAS)
+// gets its entry but never reaches the file.
+void AddToEntry(SObsEntry& entry, const SObsSlot& slot, const CGpsNavState& state, uint32_t row)
 {
     NoteSlip(entry, slot);
     if (g_ObsWriter.m_bEpochAccepted && !slot.m_bMasked)
-        FillEntry(entry, slot);
+        FillEntry(entry, slot, row < state.m_uFixedRows);
 }
 
 // Steps of the strength digit above the base of its band: 4 * (snr - low) /
@@ -90,24 +91,24 @@ void NoteSlip(SObsEntry& entry, const SObsSlot& slot)
         entry.m_uLli |= 1u;
 }
 
-void FillEntry(SObsEntry& entry, const SObsSlot& slot)
+void FillEntry(SObsEntry& entry, const SObsSlot& slot, bool ownRow)
 {
     entry.m_dPseudorange = slot.m_dPseudorange;
     entry.m_dPhase = slot.m_dPhase;
     entry.m_dDoppler = -slot.m_dDoppler; // the file's sign is the opposite of the receiver's
     entry.m_uStrength = SignalStrength(slot.m_dSnr, slot.m_uSignal);
     entry.m_uPRN = static_cast<int32_t>(slot.m_uPRN);
-    entry.m_bGood = (slot.m_bGoodLock && slot.m_uPRN <= kHighestWrittenPRN) ? 1 : 0;
+    entry.m_bGood = (slot.m_bGoodLock && ownRow) ? 1 : 0;
     entry.m_bValid = 1;
 }
 
 void AddGpsL1Slot(const SObsSlot& slot)
 {
     uint32_t row = 0;
-    if (!TableRow(g_GpsNavState, slot.m_uPRN, row))
+    if (!TableRow(g_GpsNavState, slot.m_uPRN, kSatRows, row))
         return; // also an empty channel: satellite 0 has no row
     OpenEpoch();
-    AddToEntry(g_ObsWriter.m_aGpsL1[row], slot);
+    AddToEntry(g_ObsWriter.m_aGpsL1[row], slot, g_GpsNavState, row);
 }
 
 void AddGpsSlots(const SObsSlot& l1, const SObsSlot& l2, const SObsSlot& p)
@@ -122,11 +123,11 @@ void AddGpsSlots(const SObsSlot& l1, const SObsSlot& l2, const SObsSlot& p)
 
     // The second and third signals never open the epoch on their own.
     uint32_t row = 0;
-    if (TableRow(g_GpsNavState, l2.m_uPRN, row))
-        AddToEntry(writer.m_aGpsL2[row], l2);
+    if (TableRow(g_GpsNavState, l2.m_uPRN, kSatRows, row))
+        AddToEntry(writer.m_aGpsL2[row], l2, g_GpsNavState, row);
     // Filled with or without -P1; only the writer's column depends on it.
-    if (TableRow(g_GpsNavState, p.m_uPRN, row))
-        AddToEntry(writer.m_aGpsL1P[row], p);
+    if (TableRow(g_GpsNavState, p.m_uPRN, kSatRows, row))
+        AddToEntry(writer.m_aGpsL1P[row], p, g_GpsNavState, row);
 }
 
 void AddGloSlots(const SObsSlot& l1, const SObsSlot& l2)
@@ -139,13 +140,13 @@ void AddGloSlots(const SObsSlot& l1, const SObsSlot& l2)
 
     // GLONASS slots 1 to 24 take rows 0 to 23 of the GPS numbering.
     uint32_t row = 0;
-    if (TableRow(g_GpsNavState, l1.m_uPRN, row))
+    if (TableRow(g_GpsNavState, l1.m_uPRN, kSatRows, row))
     {
         OpenEpoch();
-        AddToEntry(writer.m_aGloL1[row], l1);
+        AddToEntry(writer.m_aGloL1[row], l1, g_GpsNavState, row);
     }
-    if (TableRow(g_GpsNavState, l2.m_uPRN, row))
-        AddToEntry(writer.m_aGloL2[row], l2);
+    if (TableRow(g_GpsNavState, l2.m_uPRN, kSatRows, row))
+        AddToEntry(writer.m_aGloL2[row], l2, g_GpsNavState, row);
 }
 
 void AddBdsSlot(const SObsSlot& slot, bool lastPacket, uint32_t band)
@@ -156,12 +157,14 @@ void AddBdsSlot(const SObsSlot& slot, bool lastPacket, uint32_t band)
     writer.m_abSeenBeidou[band] = 1;
 
     uint32_t row = 0;
-    if (!TableRow(g_BeidouNavState, slot.m_uPRN, row))
+    if (!TableRow(g_BeidouNavState, slot.m_uPRN, kBeidouRows, row))
         return;
+    if (row >= writer.m_uBdsRowsInUse)
+        writer.m_uBdsRowsInUse = row + 1;
     // Earlier packets of the band's set only count for slips while no epoch is open.
     if (lastPacket)
         OpenEpoch();
-    AddToEntry(writer.m_aBds[band][row], slot);
+    AddToEntry(writer.m_aBds[band][row], slot, g_BeidouNavState, row);
 }
 
 bool PassRateGate()

@@ -27,5 +27,7 @@ bool PassRateGate();
 // Marks a loss of lock on the entry when the slot reports a slip or no good lock.
 // The mark stays until an epoch is written.
 void NoteSlip(SObsEntry& entry, const SObsSlot& slot);
-// Copies the slot's measurements into the entry of the pending epoch.
-void FillEntry(SObsEntry& entry, const SObsSlot& slot);
+// Copies the slot's measurements into the entry of the pending epoch. Only a
+// satellite with a row of its own in its table (`ownRow`) and a good lock
+// counts as observed.
+void FillEntry(SObsEntry& entry, const SObsSlot& slot, bool ownRow);

@@ -30,7 +30,7 @@ constexpr uint32_t kSignalGpsL1P = 2;
 constexpr uint32_t kSignalGloL2 = 3;
 
 constexpr uint32_t kSlotsPerArray = 15;
-constexpr uint32_t kChannelsPerMessage = 12; // GPS and GLONASS messages drive 12 channels
+constexpr uint32_t kChannelsPerMessage = 12; // BIN96 and BIN66 drive 12 channels (BIN76 15)
 constexpr uint32_t kBdsSlotBands = kBeidouBands;
 constexpr uint32_t kBdsSlotsPerBand = 20;
 

@@ -19,7 +19,8 @@
 namespace
 {
 
-constexpr uint32_t kLastBeidouNumber = 32;
+// The pass covers every number with a row, C01 to C63.
+constexpr uint32_t kLastBeidouNumber = kBeidouRows;
 constexpr const char* kBeidouTypeText = "C: BDS";
 
 constexpr double kBdtBehindGps = 14.0; // seconds

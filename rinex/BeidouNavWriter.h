@@ -17,7 +17,7 @@ public:
     // Version line, program line, four blank reserved lines, end of header.
     // Called only from the pass.
     void WriteHeader();
-    // The pass over satellites 1 to 32: a record goes out when its toe key
+    // The pass over satellites 1 to 63: a record goes out when its toe key
     // differs from the last one written for the satellite. Then fills the
     // LEAP SECONDS line once the run's UTC state gives the leap seconds, and
     // the BDUT line once behind the header.

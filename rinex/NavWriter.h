@@ -81,7 +81,7 @@ public:
     std::FILE* m_pFile;
     uint32_t m_uHeaderCounter;
     uint8_t m_bLeapWritten;
-    uint32_t m_auLastIssue[kSatRows]; // by row: key of the last record written, kNoIssue for none
+    uint32_t m_auLastIssue[kMaxSatRows]; // by row: key of the last record written, kNoIssue for none
 };
 
 // The pass of every navigation writer over its satellites 1 to `last`:

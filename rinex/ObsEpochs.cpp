@@ -22,11 +22,8 @@ namespace
 constexpr double kGpsL1Hz = 1575419999.9999988;
 constexpr double kGpsL2Hz = 1227600000.0000012;
 
-// Satellite list limits of one epoch line: GPS alone, GPS and GLONASS, all.
-constexpr uint32_t kMaxGpsInList = 12;
-constexpr uint32_t kMaxGpsGloInList = 27;
+// GPS numbers above this are SBAS satellites, which never reach the file.
 constexpr uint32_t kLastGpsNumber = 32;
-constexpr uint32_t kBdsLineRows = 32; // rows searched for BeiDou lines
 
 // A list element is the satellite number plus its system's base.
 enum ESystem : int32_t
@@ -250,21 +247,22 @@ void CWriteRinexObs::ClearEpochTables()
 {
     // Measurements, numbers, strengths and the repeat marks live on: only
     // the flags say what belongs to the pending epoch.
-    const auto clear = [](SObsEntry (&table)[kSatRows]) {
-        for (SObsEntry& entry : table)
+    const auto clear = [](SObsEntry* table, uint32_t rows) {
+        for (uint32_t row = 0; row < rows; ++row)
         {
-            entry.m_uLli = 0;
-            entry.m_bValid = 0;
-            entry.m_bGood = 0;
+            table[row].m_uLli = 0;
+            table[row].m_bValid = 0;
+            table[row].m_bGood = 0;
         }
     };
-    clear(m_aGpsL1);
-    clear(m_aGpsL2);
-    clear(m_aGpsL1P);
-    clear(m_aGloL1);
-    clear(m_aGloL2);
-    for (auto& band : m_aBds)
-        clear(band);
+    clear(m_aGpsL1, kSatRows);
+    clear(m_aGpsL2, kSatRows);
+    clear(m_aGpsL1P, kSatRows);
+    clear(m_aGloL1, kSatRows);
+    clear(m_aGloL2, kSatRows);
+    // BeiDou rows no message has reached hold nothing.
+    for (SObsEntry* band : m_aBds)
+        clear(band, std::min(m_uBdsRowsInUse, kBeidouRows));
 }
 
 void CWriteRinexObs::FlushEpoch()
@@ -318,10 +316,12 @@ void CWriteRinexObs::FlushEpoch()
 
 uint32_t CWriteRinexObs::WriteEpochLine(int32_t list[kEpochListSize])
 {
-    // Selection. Numbers outside a system's range never enter the list: the
-    // list tells systems apart by number ranges alone.
+    // Selection: every satellite with data, in ascending row order per system;
+    // the list has room for all of them. Numbers outside a system's range
+    // never enter the list: the list tells systems apart by number ranges
+    // alone.
     uint32_t count = 0;
-    for (uint32_t row = 0; row < kSatRows && count < kMaxGpsInList; ++row)
+    for (uint32_t row = 0; row < kSatRows && count < kEpochListSize; ++row)
     {
         const SObsEntry& entry = m_aGpsL1[row];
         if (IsListed(entry) && entry.m_uPRN >= 1 && entry.m_uPRN <= static_cast<int32_t>(kLastGpsNumber))
@@ -329,7 +329,7 @@ uint32_t CWriteRinexObs::WriteEpochLine(int32_t list[kEpochListSize])
     }
     if (m_bSeenGlonass)
     {
-        for (uint32_t row = 0; row < kGlonassSlots && count < kMaxGpsGloInList; ++row)
+        for (uint32_t row = 0; row < kGlonassSlots && count < kEpochListSize; ++row)
         {
             const SObsEntry& entry = m_aGloL1[row];
             if (IsListed(entry) && IsGlonassSlot(entry.m_uPRN))
@@ -338,7 +338,8 @@ uint32_t CWriteRinexObs::WriteEpochLine(int32_t list[kEpochListSize])
     }
     if (m_abSeenBeidou[0] || m_abSeenBeidou[1] || m_abSeenBeidou[2])
     {
-        for (uint32_t row = 0; row < kSatRows && count < kEpochListSize; ++row)
+        const uint32_t bdsRows = std::min(m_uBdsRowsInUse, kBeidouRows);
+        for (uint32_t row = 0; row < bdsRows && count < kEpochListSize; ++row)
         {
             for (uint32_t band = 0; band < kBdsBands; ++band)
             {
@@ -466,7 +467,7 @@ void CWriteRinexObs::WriteSatelliteLines(const int32_t list[kEpochListSize], uin
     // BeiDou: a band not seen yet has no columns at all, so the groups of the
     // bands behind it move left. Every seen band of a row that isn't written
     // is marked, so a satellite that returns shows the gap on its phase.
-    for (uint32_t row = 0; row < kBdsLineRows && next < count; ++row)
+    for (uint32_t row = 0; row < kBeidouRows && next < count; ++row)
     {
         const int32_t number = list[next] - g_aSystemBase[eSystemBeidou];
         bool match = false;

@@ -21,7 +21,7 @@ struct SObsEntry
     uint32_t m_uStrength;  // signal strength digit, 1 to 9
     int32_t m_uPRN;        // satellite number; survives the reset between epochs
     uint8_t m_bValid;      // holds data of the pending epoch
-    uint8_t m_bGood;       // carrier lock flag set and number at most 32
+    uint8_t m_bGood;       // carrier lock flag set and a row of its own (not an SBAS row)
 };
 
 // Ready-made header lines of the site, from -H or from the log's records.
@@ -47,7 +47,9 @@ extern SExternalHeader g_ExternalHeader;
 void FormatAntennaDeltaLine(double height, char (&line)[kHeaderLineSize]);
 
 constexpr uint32_t kBdsBands = kBeidouBands;
-constexpr uint32_t kEpochListSize = 47; // satellites of one epoch line, all systems
+// Satellites of one epoch line, all systems: every GPS number up to 32, every
+// GLONASS slot and every BeiDou number may stand in it at once.
+constexpr uint32_t kEpochListSize = kFixedRows + kGlonassSlots + kBeidouRows;
 
 // Header lines made from numbers, kept with the numbers they were made from.
 // The header is rewritten at every epoch and these lines rarely change: a
@@ -144,7 +146,10 @@ public:
     SObsEntry m_aGpsL1P[kSatRows];
     SObsEntry m_aGloL1[kSatRows];
     SObsEntry m_aGloL2[kSatRows];
-    SObsEntry m_aBds[kBdsBands][kSatRows];
+    SObsEntry m_aBds[kBdsBands][kBeidouRows];
+    // One more than the highest BeiDou row a message has reached in the run:
+    // the rows from here on are untouched, and an epoch's passes stop here.
+    uint32_t m_uBdsRowsInUse = 0;
     StreamPos m_posMarkerStart;
     StreamPos m_posMarkerEnd;
     StreamPos m_posMovingStart;

@@ -20,11 +20,12 @@
 //
 // What the messages can't carry is left out, and the run's summary says how
 // much: a GPS or GLONASS satellite without an L1 C/A code range, satellites
-// beyond the channels of a message (12 GPS, 12 GLONASS, 20 BeiDou; a
-// satellite keeps its channel while it stays in view, a new one waits for a
-// free channel), ephemerides whose fields don't fit their messages. A signal
-// without carrier phase goes out with its lock flag clear, which is how a
-// receiver reports a code-only measurement.
+// beyond the channels of a message (GPS 15 in BIN76, of which the last three
+// carry L1 C/A alone, and 12 in BIN96; 12 GLONASS, 20 BeiDou; a satellite
+// keeps its channel while it stays in view, a new one takes the lowest free
+// channel or waits for one), ephemerides whose fields don't fit their
+// messages. A signal without carrier phase goes out with its lock flag clear,
+// which is how a receiver reports a code-only measurement.
 #include <algorithm>
 #include <array>
 #include <chrono>
@@ -71,13 +72,16 @@ constexpr double kBin96DopplerUnitsPerMps = 4096.0;
 constexpr double kBin96SnrScale = 0.8192;
 constexpr int32_t kBin96DopplerMax = (1 << 27) - 1;
 
-constexpr size_t kGpsChannels = 12;
+constexpr size_t kBin96Channels = 12;
 constexpr size_t kGlonassChannels = kBin66Channels;
 constexpr size_t kBeidouChannels = kBin36Channels;
 constexpr int kLastGlonassSlot = 24;
 constexpr int kLastGpsPrn = 32;
 constexpr int kLastBeidouPrn = 63;
-constexpr int kLastD2Prn = 5; // BeiDou GEO satellites send the D2 message
+// The BeiDou geostationary satellites, C01 to C05 and C59 to C63, send the
+// D2 message; all others D1.
+constexpr int kLastLowD2Prn = 5;
+constexpr int kFirstHighD2Prn = 59;
 
 // URA index to metres (GPS and BeiDou); the index of a RINEX accuracy is the
 // first whose metres are not below it.
@@ -748,7 +752,7 @@ struct SSystemStats
 {
     std::set<int> m_In, m_Sent;
     size_t m_uObsIn = 0, m_uObsSent = 0, m_uNoChannel = 0, m_uNoCode = 0;
-    size_t m_uNoPhase = 0; // sent without the carrier phase of their first signal: no lock
+    size_t m_uLocked = 0; // sent with the lock flag on a signal by which a converter lists them
     unsigned m_uNavIn = 0, m_uNavUnfit = 0;
 };
 using StatsBySystem = std::map<char, SSystemStats>;
@@ -895,22 +899,23 @@ private:
                     continue;
                 s.m_Sent.insert(plan.PrnOn(n));
                 ++s.m_uObsSent;
-                if (!HasFirstPhase(*m_InView[system][plan.PrnOn(n)]))
-                    ++s.m_uNoPhase;
+                if (Locked(*m_InView[system][plan.PrnOn(n)]))
+                    ++s.m_uLocked;
             }
         }
     }
 
-    // Whether the satellite's first signal in the observation file (GPS and
-    // GLONASS L1 C/A, BeiDou the first band it has) comes with its phase.
-    bool HasFirstPhase(const SRinexSatObs& sat) const
+    // Whether the satellite goes out locked, that is with code and carrier
+    // phase (the lock flag set) on the signal by which a converter lists it:
+    // GPS and GLONASS L1 C/A, BeiDou any band.
+    bool Locked(const SRinexSatObs& sat) const
     {
         if (sat.m_cSystem != 'C')
             return sat.Find(kGpsL1.m_szPhase) != nullptr;
         for (const SBeidouBandCodes& band : m_aBeidouBands)
         {
-            if (sat.Find(band.m_Codes.m_szCode) != nullptr)
-                return sat.Find(band.m_Codes.m_szPhase) != nullptr;
+            if (sat.Find(band.m_Codes.m_szCode) != nullptr && sat.Find(band.m_Codes.m_szPhase) != nullptr)
+                return true;
         }
         return false;
     }
@@ -936,7 +941,7 @@ private:
             const auto channel = static_cast<uint16_t>(tracked >= 0 ? tracked : (e.m_iPrn - 1) % kBeidouChannels);
             if (!m_Options.m_bBeidouRaw)
                 m_Log.Frame(MakeBin35DecodedFrame(e.m_Beidou, channel));
-            else if (e.m_iPrn <= kLastD2Prn)
+            else if (e.m_iPrn <= kLastLowD2Prn || e.m_iPrn >= kFirstHighD2Prn)
             {
                 for (const Bytes& frame : MakeBin35D2Frames(e.m_Beidou, channel))
                     m_Log.Frame(frame);
@@ -951,8 +956,8 @@ private:
         const auto week = static_cast<uint16_t>(time.m_uWeek);
         if (m_Options.m_bBin96)
         {
-            std::vector<SBin96Channel> channels(kGpsChannels);
-            for (size_t n = 0; n < kGpsChannels; ++n)
+            std::vector<SBin96Channel> channels(kBin96Channels);
+            for (size_t n = 0; n < kBin96Channels; ++n)
             {
                 if (const SRinexSatObs* sat = OnChannel('G', n))
                     channels[n] = MakeBin96Channel(*sat, m_Slips);
@@ -960,8 +965,9 @@ private:
             m_Log.Frame(MakeBin96Frame(week, time.m_dSeconds, channels));
             return;
         }
-        std::vector<SBin76Channel> channels(kGpsChannels);
-        for (size_t n = 0; n < kGpsChannels; ++n)
+        // Channels 12 to 14 have no L2 and L1 P words: the encoder leaves them out.
+        std::vector<SBin76Channel> channels(kBin76L1Channels);
+        for (size_t n = 0; n < kBin76L1Channels; ++n)
         {
             const SRinexSatObs* sat = OnChannel('G', n);
             if (sat == nullptr)
@@ -1030,8 +1036,9 @@ private:
     bool m_bHavePosition;
     std::array<double, 3> m_aLlh;
     std::vector<SBeidouBandCodes> m_aBeidouBands;
-    std::map<char, CChannelPlan> m_Plans{
-        {'G', CChannelPlan(kGpsChannels)}, {'R', CChannelPlan(kGlonassChannels)}, {'C', CChannelPlan(kBeidouChannels)}};
+    std::map<char, CChannelPlan> m_Plans{{'G', CChannelPlan(m_Options.m_bBin96 ? kBin96Channels : kBin76L1Channels)},
+                                         {'R', CChannelPlan(kGlonassChannels)},
+                                         {'C', CChannelPlan(kBeidouChannels)}};
     std::map<char, std::map<int, const SRinexSatObs*>> m_InView;
     CSlipCounters m_Slips;
 };
@@ -1049,10 +1056,10 @@ void PrintSummary(const CLogBuilder& log, const StatsBySystem& stats, size_t epo
         const auto it = stats.find(system);
         const SSystemStats s = it == stats.end() ? SSystemStats{} : it->second;
         std::fprintf(stderr,
-                     "  %c: satellites %zu in, %zu sent; observations %zu in, %zu sent (%zu of them without a first "
-                     "phase), %zu without a code range the messages carry, %zu without a channel; "
+                     "  %c: satellites %zu in, %zu sent; observations %zu in, %zu sent (%zu of them locked), "
+                     "%zu without a code range the messages carry, %zu without a channel; "
                      "ephemerides %u in, %u unfit\n",
-                     system, s.m_In.size(), s.m_Sent.size(), s.m_uObsIn, s.m_uObsSent, s.m_uNoPhase, s.m_uNoCode,
+                     system, s.m_In.size(), s.m_Sent.size(), s.m_uObsIn, s.m_uObsSent, s.m_uLocked, s.m_uNoCode,
                      s.m_uNoChannel, s.m_uNavIn, s.m_uNavUnfit);
     }
     std::fputs("  messages:", stderr);

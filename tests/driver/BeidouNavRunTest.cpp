@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <string>
+#include <vector>
 
 #include "logbuild/BeidouEncoder.h"
 #include "logbuild/Bin96Encoder.h"
@@ -28,12 +29,12 @@ constexpr double kF31 = 4.656612873078e-10;    // angular harmonic terms
 constexpr double kF6 = 0.015625;               // radius harmonic terms
 constexpr double kTgdUnit = 1.0000000000000002e-10;
 
-// C11 on receiver channel 4, toc = toe in units of 8 s of BDT week 755
-// (GPS week 2111), sent at BDT second 438000.
-SBeidouEphemerisFields C11(uint32_t toe, int32_t a0)
+// C11 (or `satellite`) on receiver channel 4, toc = toe in units of 8 s
+// of BDT week 755 (GPS week 2111), sent at BDT second 438000.
+SBeidouEphemerisFields Fields(uint32_t toe, int32_t a0, uint32_t satellite = 11)
 {
     SBeidouEphemerisFields f;
-    f.m_uSatellite = 11;
+    f.m_uSatellite = satellite;
     f.m_uSow = 438000;
     f.m_uWeek = 755;
     f.m_uToc = toe;
@@ -76,7 +77,9 @@ std::string Record(const SBeidouEphemerisFields& f, const std::string& bdt)
 {
     const double toe = f.m_uToe * 8.0;
     const double uraMetres = 4.0; // URAI 2
-    return "C11 " + bdt + DField(f.m_iA0 * kF33, 12) + DField(f.m_iA1 * kF50, 12) + DField(f.m_iA2 * kF66, 12) +
+    char name[8];
+    std::snprintf(name, sizeof name, "C%02u ", f.m_uSatellite);
+    return name + bdt + DField(f.m_iA0 * kF33, 12) + DField(f.m_iA1 * kF50, 12) + DField(f.m_iA2 * kF66, 12) +
            "\n" + Row(f.m_uAode, f.m_iCrs * kF6, f.m_iDeltaN * kFPi43, f.m_iM0 * kFPi31) +
            Row(f.m_iCuc * kF31, f.m_uEcc * kF33, f.m_iCus * kF31, f.m_uSqrtA * kF19) +
            Row(toe, f.m_iCic * kF31, f.m_iOmega0 * kFPi31, f.m_iCis * kF31) +
@@ -107,49 +110,59 @@ TEST(BeidouNavRun, RecordsGoOutOncePerToeInBdtWithTheLastBin34AndTheGpsLeapSecon
 {
     const uint32_t toe0200 = 439200 / 8; // 02:00 BDT on Friday 26 June 2020
     const uint32_t toe0300 = 442800 / 8;
-    const SBeidouEphemerisFields first = C11(toe0200, -123456);
-    const SBeidouEphemerisFields sameToe = C11(toe0200, -123000); // new clock data, same toe: not written
-    const SBeidouEphemerisFields newToe = C11(toe0300, -122000);
     const std::string blank = "                                                            COMMENT             \n";
-    const std::string expected =
-        "     3.02           N: GNSS NAV DATA    C: BDS              RINEX VERSION / TYPE\n" + kPgm + blank +
-        blank + BdutLine(-7, 3, 100, 187) +
-        "     4                                                      LEAP SECONDS        \n" + kEndOfHeader +
-        Record(first, "2020 06 26 02 00 00") + Record(newToe, "2020 06 26 03 00 00");
 
     // The BIN34 arrives once, before any BIN35: the line reaches the file
     // with the header. Or a first BIN34 comes early and another behind the
     // header: the last one stands. The GPS data that set the leap seconds
-    // come before the first record, or behind it. The second run sends the
-    // ephemerides as raw D1 frames, which must give the same records.
-    for (bool early : {true, false})
+    // come before the first record, or behind it. The later runs send the
+    // ephemerides as raw D1 frames, or, for the geostationary C62, as the ten
+    // D2 pages, which must give the same records.
+    enum EForm { eDecoded, eD1, eD2 };
+    for (const EForm form : {eDecoded, eD1, eD2})
     {
-        auto bin35 = [early](const SBeidouEphemerisFields& f) {
-            return early ? MakeBin35DecodedFrame(f, 4) : MakeBin35D1Frame(f, 4);
-        };
+        const bool early = form == eDecoded;
+        const uint32_t satellite = form == eD2 ? 62 : 11;
+        const SBeidouEphemerisFields first = Fields(toe0200, -123456, satellite);
+        const SBeidouEphemerisFields sameToe = Fields(toe0200, -123000, satellite); // new clock data, same toe
+        const SBeidouEphemerisFields newToe = Fields(toe0300, -122000, satellite);
+        const std::string expected =
+            "     3.02           N: GNSS NAV DATA    C: BDS              RINEX VERSION / TYPE\n" + kPgm + blank +
+            blank + BdutLine(-7, 3, 100, 187) +
+            "     4                                                      LEAP SECONDS        \n" + kEndOfHeader +
+            Record(first, "2020 06 26 02 00 00") + Record(newToe, "2020 06 26 03 00 00");
+
+        uint32_t frames = 0;
         Bytes log = MakeBin96Frame(2111, 432000.0, {});
+        auto bin35 = [&](const SBeidouEphemerisFields& f) {
+            const std::vector<Bytes> sent = form == eDecoded ? std::vector<Bytes>{MakeBin35DecodedFrame(f, 4)}
+                                            : form == eD1    ? std::vector<Bytes>{MakeBin35D1Frame(f, 4)}
+                                                             : MakeBin35D2Frames(f, 4);
+            for (const Bytes& frame : sent)
+                AppendBytes(log, frame);
+            frames += static_cast<uint32_t>(sent.size());
+        };
         AppendBytes(log, early ? Bin34(-7, 3, 100, 187) : Bin34(-5, -2, 99, 186));
         if (early)
             AppendBytes(log, GpsLeapSecondFrames());
-        AppendBytes(log, bin35(first));
+        bin35(first);
         if (!early)
         {
             AppendBytes(log, Bin34(-7, 3, 100, 187));
             AppendBytes(log, GpsLeapSecondFrames());
         }
-        AppendBytes(log, bin35(first)); // a repeat is dropped
-        AppendBytes(log, bin35(sameToe));
-        AppendBytes(log, bin35(newToe)); // a new toe is written once
-        AppendBytes(log, bin35(newToe));
+        bin35(first); // a repeat is dropped
+        bin35(sameToe);
+        bin35(newToe); // a new toe is written once
+        bin35(newToe);
 
         CScratchDir dir;
         dir.WriteFile("in.log", log);
         const SToolRun run = RunObsforgeTool({"in.log", "obs", "gps", "glo", "bds"}, dir.Dir());
-        EXPECT_EQ(MaskRunDate(dir.ReadFile("bds")), expected)
-            << (early ? "BIN34 early, decoded form" : "BIN34 twice, raw form");
+        EXPECT_EQ(MaskRunDate(dir.ReadFile("bds")), expected) << "form " << form;
         const std::string summary = run.m_szStderr.substr(run.m_szStderr.find("-----"));
-        EXPECT_NE(summary.find("5\tBeiDou ephemeris Packets Found In File\n"), std::string::npos);
-        EXPECT_NE(summary.find("2\tUnique Satellites Written to Nav File\n"), std::string::npos); // G05, C11
+        EXPECT_NE(summary.find(std::to_string(frames) + "\tBeiDou ephemeris Packets Found In File\n"), std::string::npos);
+        EXPECT_NE(summary.find("2\tUnique Satellites Written to Nav File\n"), std::string::npos); // G05 and one BeiDou
         EXPECT_NE(summary.find("3\tTotal Writes of Sat Ephemeris to Nav File\n"), std::string::npos);
     }
 }

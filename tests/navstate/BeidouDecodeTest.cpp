@@ -5,6 +5,7 @@
 #include <cstring>
 #include <memory>
 #include <random>
+#include <utility>
 #include <vector>
 
 #include "gnsstime/GpsTime.h"
@@ -96,7 +97,7 @@ protected:
     {
         SetLogTime(0.0, 0);
         ASSERT_TRUE(AllocateBeidouEphTable());
-        for (uint32_t row = 0; row < kSatRows; ++row)
+        for (uint32_t row = 0; row < kBeidouRows; ++row)
         {
             g_BeidouNavState.m_aPendingEphemeris[row] = SBeidouEphemeris{};
             g_BeidouNavState.m_aEphemeris[row] = SBeidouEphemeris{};
@@ -127,14 +128,17 @@ using BeidouOpenPoints = BeidouDecodeTest;
 
 TEST_F(BeidouDecodeTest, D1FrameAndTenD2PagesDecodeWordForWordInEitherPolarity)
 {
-    for (uint32_t satellite : {kD1Satellite, kD2Satellite})
+    // The geostationary satellites, C01 to C05 and C59 to C63, send D2; each
+    // is decoded only in its own format.
+    for (const auto& [satellite, d2] : {std::pair{kD2Satellite, true}, std::pair{kD1Satellite, false},
+                                        std::pair{58u, false}, std::pair{59u, true}, std::pair{63u, true}})
         for (const SBeidouEphemerisFields& fields : FieldSets(satellite))
             for (bool inverted : {false, true})
             {
                 SCOPED_TRACE(testing::Message() << "C" << satellite << (inverted ? " inverted " : " upright ")
                                                 << fields.m_iA0);
                 Reset();
-                if (satellite == kD1Satellite)
+                if (!d2)
                     Feed(MakeBin35D1Frame(fields, kChannel, inverted));
                 else
                     for (const Bytes& frame : MakeBin35D2Frames(fields, kChannel, inverted))
@@ -298,21 +302,26 @@ TEST_F(BeidouOpenPoints, ChannelsAndSatellitesWithoutATableRowAreIgnored)
         ProcessBin35(MakeBin35DecodedFrame(f, channel).data());
         ProcessBin35(MakeBin35D1Frame(f, channel).data());
     }
-    for (uint16_t satellite : {0, 36, 99})
+    for (uint16_t satellite : {0, 64, 99})
         Feed(MakeBin35DecodedFrame(satellite, kChannel, EncodeBeidouDecodedWords(f)));
     EXPECT_EQ(m_pDecoder->m_uPRN, 0u);
-    for (uint32_t row = 0; row < kSatRows; ++row)
-        EXPECT_EQ(g_BeidouNavState.m_aPendingEphemeris[row].m_uStatus, kStatusEmpty) << row;
+    const auto expectNoRecord = [] {
+        for (uint32_t row = 0; row < kBeidouRows; ++row)
+            EXPECT_EQ(g_BeidouNavState.m_aPendingEphemeris[row].m_uStatus, kStatusEmpty) << row;
+    };
+    expectNoRecord();
     EXPECT_EQ(std::memcmp(elementsBefore.data(), g_paBIN_BeidouEph, sizeof(SBeidouChannelEph) * kBeidouChannels), 0);
     // The last channel and the last row are there to be used.
-    ProcessBin35(MakeBin35DecodedFrame(35, 19, EncodeBeidouDecodedWords(f)).data());
-    EXPECT_TRUE(Stored(35));
-    EXPECT_EQ(g_paBIN_BeidouEph[19].m_uSatellite, 35u);
+    ProcessBin35(MakeBin35DecodedFrame(63, 19, EncodeBeidouDecodedWords(f)).data());
+    EXPECT_TRUE(Stored(63));
+    EXPECT_EQ(g_paBIN_BeidouEph[19].m_uSatellite, 63u);
 
-    // Raw satellites 0 and 33 reset the channel's sequence and decode nothing.
+    // Raw satellites 0 and 64 reset the channel's sequence and decode nothing.
+    Reset();
     Feed(MakeBin35D1Frame(f, kChannel));
     ASSERT_TRUE(Stored(kD1Satellite));
-    for (uint32_t satellite : {0u, 33u})
+    g_BeidouNavState.m_aPendingEphemeris[kD1Satellite - 1] = SBeidouEphemeris{};
+    for (uint32_t satellite : {0u, 64u})
     {
         SBeidouEphemerisFields other = f;
         other.m_uSatellite = satellite;
@@ -321,7 +330,7 @@ TEST_F(BeidouOpenPoints, ChannelsAndSatellitesWithoutATableRowAreIgnored)
         EXPECT_EQ(m_pDecoder->m_uFrameState, 0u);
         EXPECT_EQ(Element().m_uSatellite, kD1Satellite);
     }
-    EXPECT_FALSE(Stored(33));
+    expectNoRecord();
 }
 
 } // namespace

@@ -147,17 +147,20 @@ TEST(GeometryTest, KeplerStateAgreesWithTheUserAlgorithmOnRealGpsAndBeidouRecord
     const LogTimeGuard log(388800.0, kWeek);
     SBroadcast weekStart = kG07; // reference time at the week's start, asked for from the week before
     weekStart.toc = weekStart.toe = 0.0;
-    for (const auto& [b, offset] : {std::pair{&kG07, 0.0}, {&kG07, -1800.0}, {&kG07, 7200.0}, {&kC11, 0.0},
-                                    {&kC11, -3600.0}, {&kC11, 5400.0}, {&weekStart, -1800.0}})
+    // The BeiDou record also in the rows of C41 and C63: every BeiDou row is a Kepler one.
+    for (const auto& [b, offset, number] :
+         {std::tuple{&kG07, 0.0, 7u}, {&kG07, -1800.0, 7u}, {&kG07, 7200.0, 7u}, {&kC11, 0.0, 11u},
+          {&kC11, -3600.0, 41u}, {&kC11, 5400.0, 63u}, {&weekStart, -1800.0, 7u}})
     {
-        SCOPED_TRACE(::testing::Message() << "sqrtA " << b->sqrtA << ", offset " << offset);
+        SCOPED_TRACE(::testing::Message() << "sqrtA " << b->sqrtA << ", offset " << offset << ", number " << number);
         const double t = b->toe + offset; // in the record's own time scale
         const double seconds = std::fmod(t + (b->bdt ? kBdtShift : 0.0) + 604800.0, 604800.0);
         const GpsTime when{kWeek, seconds};
-        auto table = std::make_unique<CGpsNavState>();
-        table->m_aEphemeris[6] = TableRecord(*b);
-        table->ComputeSatState(7, &when);
-        const SSatState& s = table->m_aSatState[6];
+        std::unique_ptr<CGpsNavState> table =
+            b->bdt ? std::make_unique<CBeidouNavState>() : std::make_unique<CGpsNavState>();
+        table->m_aEphemeris[number - 1] = TableRecord(*b);
+        table->ComputeSatState(number, &when);
+        const SSatState& s = table->m_aSatState[number - 1];
         ASSERT_EQ(s.m_uValid, 1u);
         EXPECT_EQ(s.m_timeState.m_dSeconds, seconds);
 

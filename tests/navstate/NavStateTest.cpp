@@ -106,7 +106,7 @@ TEST(NavTableConstructionTest, ZeroesEveryTableAndCachePresetsTheNumbersAndFrees
     base->~CGpsNavState(); // both caches freed: the sanitizer build checks for leaks
 }
 
-TEST_F(GpsTableTest, NumbersAbove32TakeTheExtendedRowsFirstComeFirstServedAtMostThree)
+TEST_F(GpsTableTest, NumbersAbove32TakeTheExtendedRowsAtMostThreeWhileBeidouHasARowForEachUpTo63)
 {
     // Numbers asked with the rows answered, then the numbers of rows 32 to 34 and the count of rows taken.
     const struct { std::vector<std::pair<int32_t, int32_t>> calls; std::vector<uint32_t> numbers; uint32_t count; }
@@ -129,6 +129,17 @@ TEST_F(GpsTableTest, NumbersAbove32TakeTheExtendedRowsFirstComeFirstServedAtMost
         EXPECT_EQ(std::vector<uint32_t>(nav->m_auTruePRN + 32, nav->m_auTruePRN + 35), c.numbers);
         EXPECT_EQ(nav->m_uExtendedCount, c.count);
     }
+
+    // In the BeiDou table every number up to 63 is its own row and none is
+    // shared; a pending record of C63 comes into use like any other.
+    auto bds = std::make_unique<CBeidouNavState>();
+    for (const auto& [prn, row] : {std::pair{1, 0}, {33, 32}, {35, 34}, {63, 62}, {64, -1}, {122, -1}, {0, -1}})
+        EXPECT_EQ(bds->SatIndexFromPRN(prn), row) << "C" << prn;
+    EXPECT_EQ(bds->m_uExtendedCount, 0u);
+    EXPECT_EQ(bds->InternalPRNFromTruePRN(64), 0u);
+    bds->m_aPendingEphemeris[62] = GpsRecord(5);
+    bds->ActivateEphemeris(63);
+    EXPECT_EQ(bds->GetStructAlways(63, nullptr), &bds->m_aEphemeris[62]);
 }
 
 TEST_F(GpsTableTest, RecordsAreFoundByNumberOnlyWhenHeld)

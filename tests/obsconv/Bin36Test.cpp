@@ -140,12 +140,12 @@ std::string WithLossOfLock(std::string triple)
 TEST(Bin36Run, BandsShareALineWithColumnsOnlyForBandsSeenAndOnlyALastPacketOpensAnEpoch)
 {
     // B1 and B3 of every second as a set of two; C07 is away at 101; C12 has
-    // no lock and number 40 an extended row: neither is written.
+    // no lock and number 64 no row: neither is written.
     Bytes log;
     for (double second : {100.0, 101.0, 102.0})
     {
         AppendBytes(log, MakeBin96Frame(2111, second, {SBin96Channel{5, 50, 0, true, -4096, 21000000.5, 1000.0}}));
-        std::vector<SBin36Channel> b1{C11(0), Channel(40, 36500000.0, 190065000.5, 10.0, 20.0),
+        std::vector<SBin36Channel> b1{C11(0), Channel(64, 36500000.0, 190065000.5, 10.0, 20.0),
                                      Channel(12, 36000000.0, 187461000.5, 10.0, 20.0, 0, false)};
         std::vector<SBin36Channel> b3{C11(2)};
         if (second != 101.0)

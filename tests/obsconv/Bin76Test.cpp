@@ -21,16 +21,17 @@ protected:
     void Decode(const std::vector<SBin76Channel>& channels, uint32_t n = 0)
     {
         Bytes frame = MakeBin76Frame(2111, 100.0, channels); // 460 bytes: an overread shows under the sanitizer
-        for (size_t ch = 0; ch < 12; ++ch)
+        for (size_t ch = 0; ch < 15; ++ch) // L2 records and L1 P words for the first 12
         {
-            for (size_t record : {24 + 12 * ch, 168 + 12 * ch})
+            for (size_t record : {168 + 12 * ch, ch < 12 ? 24 + 12 * ch : 168 + 12 * ch})
                 if (Bytes(frame.begin() + record, frame.begin() + record + 12) != Bytes(12, 0))
                 {
                     frame[record + 1] |= 0xA0;
                     frame[record + 2] |= 0xAA;
                 }
             frame[349 + 4 * ch] |= 0x15;
-            frame[411 + 4 * ch] |= 0xA0;
+            if (ch < 12)
+                frame[411 + 4 * ch] |= 0xA0;
         }
         for (uint32_t signal : {kSignalL1, kSignalGpsL2, kSignalGpsL1P})
         {
@@ -87,7 +88,7 @@ TEST_F(Bin76Decoder, CodeAndPhaseAreRebuiltOnTheAnchorAcrossFragmentCarriesAndBo
     }
 }
 
-TEST_F(Bin76Decoder, AnEmptyRecordOrANumberAbove32EmptiesOnlyTheSlotsConcerned)
+TEST_F(Bin76Decoder, AnEmptyRecordANumberAbove32OrAnL1OnlyChannelEmptiesOnlyTheSlotsConcerned)
 {
     SBin76Channel g05{5, Signal(21000000.5, 110355000.25, 100.0, 20.0, 10),
                       Signal(21000003.25, 85992000.75, 80.0, 10.0, 40), SBin76L1P{21000001.75, 12.0}};
@@ -114,9 +115,14 @@ TEST_F(Bin76Decoder, AnEmptyRecordOrANumberAbove32EmptiesOnlyTheSlotsConcerned)
     EXPECT_EQ(m_aSlot[kSignalGpsL2].m_uPRN, 0u);
     EXPECT_EQ(m_aSlot[kSignalGpsL1P].m_uPRN, 0u);
 
-    // Channels past the twelfth are never read.
-    Decode(std::vector<SBin76Channel>(15, g05), 12);
-    EXPECT_EQ(m_aSlot[kSignalL1].m_uPRN, 120u);
+    // The last three of the 15 channels carry L1 C/A alone.
+    g05.m_uPrn = 7;
+    Decode(std::vector<SBin76Channel>(15, g05), 14);
+    EXPECT_EQ(m_aSlot[kSignalL1].m_uPRN, 7u);
+    EXPECT_NEAR(m_aSlot[kSignalL1].m_dPseudorange, 21000000.5, 1.0 / 512);
+    EXPECT_NEAR(m_aSlot[kSignalL1].m_dPhase, 110355000.25, 1.0 / 2048);
+    EXPECT_EQ(m_aSlot[kSignalGpsL2].m_uPRN, 0u);
+    EXPECT_EQ(m_aSlot[kSignalGpsL1P].m_uPRN, 0u);
 }
 
 } // namespace

@@ -68,15 +68,15 @@ TEST_F(RateGate, FreeIntervalFollowsTheLongestRunOfEqualSteps)
     EXPECT_TRUE(GateAt(110.3)); // irregular epochs pass as well
 }
 
-TEST_F(EpochAssembly, FillOverwritesAllButTheLossOfLockMarkAndNeedsLockAndNumberUpTo32)
+TEST_F(EpochAssembly, FillOverwritesAllButTheLossOfLockMarkAndNeedsLockAndARowOfItsOwn)
 {
     SObsEntry entry{};
     entry.m_uLli = 1;
-    FillEntry(entry, Slot(7));
+    FillEntry(entry, Slot(7), true);
     EXPECT_TRUE(entry.m_bGood && entry.m_bValid);
     SObsSlot unlocked = Slot(6);
     unlocked.m_bGoodLock = 0;
-    FillEntry(entry, unlocked);
+    FillEntry(entry, unlocked, true);
     EXPECT_EQ(entry.m_dPseudorange, unlocked.m_dPseudorange);
     EXPECT_EQ(entry.m_dPhase, unlocked.m_dPhase);
     EXPECT_EQ(entry.m_dDoppler, 1500.25); // the file's sign
@@ -88,6 +88,11 @@ TEST_F(EpochAssembly, FillOverwritesAllButTheLossOfLockMarkAndNeedsLockAndNumber
     AddGpsL1Slot(Slot(122)); // the first extended row
     EXPECT_TRUE(g_ObsWriter.m_aGpsL1[32].m_bValid && !g_ObsWriter.m_aGpsL1[32].m_bGood);
     EXPECT_EQ(g_ObsWriter.m_aGpsL1[32].m_uPRN, 122);
+    // Every BeiDou number up to 63 has a row of its own; 64 has none.
+    for (uint32_t prn : {33u, 63u, 64u})
+        AddBdsSlot(Slot(prn), true, 0);
+    EXPECT_TRUE(g_ObsWriter.m_aBds[0][32].m_bGood && g_ObsWriter.m_aBds[0][62].m_bGood);
+    EXPECT_EQ(g_ObsWriter.m_aBds[0][62].m_uPRN, 63);
 }
 
 TEST_F(EpochAssembly, SlipInARejectedEpochIsMarkedInTheNextWrittenOne)

@@ -82,7 +82,7 @@ protected:
 
     static void Clear()
     {
-        for (CGpsNavState* s : {&g_GpsNavState, &g_BeidouNavState})
+        for (CGpsNavState* s : {&g_GpsNavState, static_cast<CGpsNavState*>(&g_BeidouNavState)})
         {
             std::memset(s->m_aEphemeris, 0, sizeof(s->m_aEphemeris));
             std::memset(s->m_aPendingEphemeris, 0, sizeof(s->m_aPendingEphemeris));
@@ -352,13 +352,14 @@ TEST_F(NavRecords, BeidouRecordTimesAreBdtWithASignedWeekAndSecondsThatPrintAsSi
     }
 }
 
-TEST_F(NavRecords, BeidouPassStopsAtSatellite32AndFillsTheLeapSecondsOnce)
+TEST_F(NavRecords, BeidouPassReachesSatellite63AndFillsTheLeapSecondsOnce)
 {
     g_BeidouNavState.m_aEphemeris[6] = GpsRecord(36);
-    g_BeidouNavState.m_aEphemeris[32] = GpsRecord(36);
+    g_BeidouNavState.m_aEphemeris[62] = GpsRecord(36);
     const std::vector<std::string> lines = TwoPassesAcrossLeapChange<CWriteRinexBeiDouNav>(g_iBeidouLeapSeconds, 4, 5);
-    ASSERT_EQ(lines.size(), 7u + 8);
+    ASSERT_EQ(lines.size(), 7u + 16);
     EXPECT_EQ(lines[7].substr(0, 23), "C07 2020 06 21 04 59 46");
+    EXPECT_EQ(lines[15].substr(0, 23), "C63 2020 06 21 04 59 46");
     EXPECT_EQ(lines[5], "     4                                                      LEAP SECONDS        \n");
 }
 } // namespace

@@ -30,9 +30,9 @@ TEST_F(ObsEpochTest, SecondsRoundingToSixtyMoveToNextMinuteWithRemainderFoldedIn
     // printing adds are taken off every code and phase.
     PutSignal(w.m_aGpsL1[4], 5, kG05L1);
     PutSignal(w.m_aGpsL2[4], 5, kG05L2);
-    PutSignal(w.m_aBds[0][5], 6, {90000000.5, 25000000.75, -100.25, 5});
-    PutSignal(w.m_aBds[1][5], 6, {90000000.5, 25000001.5, -77.75, 6});
-    PutSignal(w.m_aBds[2][5], 6, {90000000.5, 25000004.5, -80.5, 4});
+    PutBeidou(w, 0, 6, {90000000.5, 25000000.75, -100.25, 5});
+    PutBeidou(w, 1, 6, {90000000.5, 25000001.5, -77.75, 6});
+    PutBeidou(w, 2, 6, {90000000.5, 25000004.5, -80.5, 4});
     Flush(119.99999996);
     EXPECT_NEAR(w.m_dEpochRemainder, -4e-08, 1e-14);
 
@@ -44,27 +44,50 @@ TEST_F(ObsEpochTest, SecondsRoundingToSixtyMoveToNextMinuteWithRemainderFoldedIn
 
 }
 
-TEST_F(ObsEpochTest, AtMostTwelveLockedGpsSatellitesAreWritten)
+TEST_F(ObsEpochTest, EveryLockedSatelliteOfEverySystemIsListedUpToC63)
 {
+    // All 32 GPS numbers, 24 GLONASS slots and 63 BeiDou numbers at once; an
+    // SBAS row and a satellite without carrier lock are left out.
     CWriteRinexObs& w = Writer();
-    for (int32_t prn = 1; prn <= 13; ++prn)
-        PutSignal(w.m_aGpsL1[prn - 1], prn, kG05L1);
-    PutSignal(w.m_aGpsL1[19], 20, kG05L1, false); // no carrier lock
-    w.m_aGpsL1[12].m_uLli = 1;
+    w.m_bSeenGlonass = 1;
+    w.m_abSeenBeidou[2] = 1;
+    const SSignal bds = {70000000.25, 25000004.5, -80.5, 4};
+    for (int32_t prn = 1; prn <= 63; ++prn)
+    {
+        if (prn <= 32)
+            PutSignal(w.m_aGpsL1[prn - 1], prn, kG05L1, prn != 20);
+        if (prn <= 24)
+            PutSignal(w.m_aGloL1[prn - 1], prn, kG05L1);
+        PutBeidou(w, 2, prn, bds);
+    }
+    PutSignal(w.m_aGpsL1[33], 135, kG05L1);
+    w.m_aGpsL1[13].m_uLli = 1;
     w.m_aGpsL1[19].m_uLli = 1;
     Flush(100.0);
 
-    std::string epoch = "> 2020  6 21  0  1 40.0000000  0 12\n";
+    std::string epoch = "> 2020  6 21  0  1 40.0000000  0118\n";
     const std::string values = kG05L1Line.substr(3);
-    for (int32_t prn = 1; prn <= 12; ++prn)
-        epoch += (prn < 10 ? "G0" : "G1") + std::to_string(prn % 10) + values + "\n";
-    EXPECT_EQ(FileText(), HeaderText(SHeaderParts{}) + epoch);
-    EXPECT_EQ(RunStats.m_uObsWritten, 12u);
+    char name[8];
+    for (const char system : {'G', 'R', 'C'})
+        for (int32_t prn = 1; prn <= (system == 'G' ? 32 : system == 'R' ? 24 : 63); ++prn)
+        {
+            if (system == 'G' && prn == 20)
+                continue;
+            std::snprintf(name, sizeof name, "%c%02d", system, prn);
+            std::string line = name + (system == 'C' ? std::string("  70000000.250 4  25000004.500 4       -80.500 4")
+                                                     : values);
+            if (system == 'G' && prn == 14)
+                line[17] = '1'; // its loss-of-lock mark
+            epoch += line + "\n";
+        }
+    SHeaderParts parts;
+    parts.m_bMixed = true;
+    EXPECT_EQ(FileText(), HeaderText(parts) + epoch);
+    EXPECT_EQ(RunStats.m_uObsWritten, 118u);
 
-    // The dropped satellites' marks go with the written epoch.
-    EXPECT_EQ(w.m_aGpsL1[12].m_uLli, 0u);
+    // The left-out satellite's mark goes with the written epoch.
     EXPECT_EQ(w.m_aGpsL1[19].m_uLli, 0u);
-    EXPECT_FALSE(w.m_aGpsL1[12].m_bValid);
+    EXPECT_FALSE(w.m_aGpsL1[19].m_bValid);
 }
 
 TEST_F(ObsEpochTest, GlonassLinesFollowGpsWithSlotWavelengths)
@@ -95,7 +118,7 @@ TEST_F(ObsEpochTest, BeidouB3AloneKeepsTheGpsFileType)
     CWriteRinexObs& w = Writer();
     w.m_abSeenBeidou[2] = 1;
     PutSignal(w.m_aGpsL1[4], 5, kG05L1);
-    PutSignal(w.m_aBds[2][5], 6, {70000000.25, 25000004.5, -80.5, 4});
+    PutBeidou(w, 2, 6, {70000000.25, 25000004.5, -80.5, 4});
     Flush(100.0);
     EXPECT_EQ(FileText(), HeaderText(SHeaderParts{}) + "> 2020  6 21  0  1 40.0000000  0  2\n" + kG05L1Line + "\n" +
                               "C06  70000000.250 4  25000004.500 4       -80.500 4\n");

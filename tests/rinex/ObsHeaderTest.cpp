@@ -166,7 +166,7 @@ TEST_F(ObsHeaderGrowthTest, BeidouB1AfterLongGpsOnlyRunKeepsMovingRecordsAndOpen
 
     w.m_abSeenBeidou[0] = 1;
     PutSignal(w.m_aGpsL1[4], 5, kG05L1);
-    PutSignal(w.m_aBds[0][5], 6, {90000000.5, 25000000.75, -100.25, 5});
+    PutBeidou(w, 0, 6, {90000000.5, 25000000.75, -100.25, 5});
     Flush(140.0);
     // The block behind the first epoch was stamped by the second; its
     // position comes now and must reach it at its new place.

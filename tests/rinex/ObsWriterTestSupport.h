@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -39,6 +40,13 @@ inline void PutSignal(SObsEntry& entry, int32_t prn, const SSignal& s, bool good
     entry.m_uPRN = prn;
     entry.m_bValid = 1;
     entry.m_bGood = good ? 1 : 0;
+}
+
+// A BeiDou signal in the row of its number, which the adders also count as in use.
+inline void PutBeidou(CWriteRinexObs& w, uint32_t band, int32_t prn, const SSignal& s)
+{
+    PutSignal(w.m_aBds[band][prn - 1], prn, s);
+    w.m_uBdsRowsInUse = std::max(w.m_uBdsRowsInUse, static_cast<uint32_t>(prn));
 }
 
 // Signals used throughout, with their field groups as the file shows them.

@@ -3,7 +3,8 @@
 // through obsforge into RINEX again, and every value that comes out is held
 // against its source: code, phase, Doppler and signal strength of every
 // signal the messages carry, every field of every ephemeris written, the
-// ionosphere and UTC lines of the headers.
+// ionosphere and UTC lines of the headers. Every locked satellite-epoch the
+// log carries reaches the observation file, BeiDou above C32 included.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -14,12 +15,15 @@
 #include <fstream>
 #include <map>
 #include <memory>
+#include <regex>
+#include <set>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "logbuild/RinexNavReader.h"
 #include "logbuild/RinexObsReader.h"
+#include "logio/ByteReader.h"
 #include "support/ToolRun.h"
 
 namespace
@@ -111,10 +115,27 @@ const SSource& Source()
     return source;
 }
 
+// GPS satellites on the BIN76 channels that have no L2 and L1 P words (12 to
+// 14), as second of the day and number: read from the log's frames.
+std::set<std::pair<long, int>> OnL1OnlyChannels(const std::string& log)
+{
+    constexpr size_t kBin76Bytes = 460, kChannelWords = 348;
+    const std::string head("$BIN\x4c\x00\xc0\x01", 8); // BIN76, 448 bytes of payload
+    const auto* bytes = reinterpret_cast<const uint8_t*>(log.data());
+    std::set<std::pair<long, int>> found;
+    for (size_t at = log.find(head); at != std::string::npos && at + kBin76Bytes <= log.size();
+         at = log.find(head, at + 1))
+        for (uint32_t n = 12; n < 15; ++n)
+            if (const int prn = ReadU8(bytes + at, kChannelWords + 4 * n))
+                found.insert({std::lround(std::fmod(ReadDouble(bytes + at, 8), 86400.0)), prn});
+    return found;
+}
+
 // One run of both tools, with the rinex2log options of the test's parameter.
 struct SRun
 {
     std::string m_szLog; // rinex2log's summary
+    std::set<std::pair<long, int>> m_L1Only;
     EpochMap m_Obs;
     SNavFile m_Gps, m_Glonass, m_Beidou;
 };
@@ -136,6 +157,7 @@ const SRun& RunTools(const std::string& options)
     const SToolRun built = RunTool(RINEX2LOG_EXE, args);
     EXPECT_EQ(built.m_iExitStatus, 0) << built.m_szStderr;
     run.m_szLog = built.m_szStderr;
+    run.m_L1Only = OnL1OnlyChannels(dir.ReadFile("real.log"));
     // -P1: the L1 P code ranges too.
     const SToolRun converted =
         RunObsforgeTool({"-P1", "real.log", "out.obs", "gps.nav", "glo.nav", "bds.nav"}, dir.Dir());
@@ -256,24 +278,22 @@ bool CheckSignal(const SSignal& s, const SRinexSatObs& out, const SRinexSatObs& 
     return true;
 }
 
-// Whether a receiver reports the satellite in its epochs: GPS and GLONASS
-// with L1 C/A code and phase, BeiDou up to number 32 with both on one band.
-bool Reported(const SRinexSatObs& sat)
+// A count of rinex2log's summary line of `system`: the number in front of
+// `what`, or -1.
+long LogCount(const std::string& summary, char system, const std::string& what)
 {
-    if (sat.m_cSystem == 'C' && sat.m_iPrn > 32)
-        return false;
-    for (const SSignal& s : kSignals)
-        if (s.m_cSystem == sat.m_cSystem && (sat.m_cSystem == 'C' || std::string(s.m_szOut) == "1C") &&
-            Value(sat, 'C', s.m_aSource[0]) != nullptr && Value(sat, 'L', s.m_aSource[0]) != nullptr)
-            return true;
-    return false;
+    std::smatch m;
+    const std::regex line(std::string("\n  ") + system + ": [^\n]*?([0-9]+) " + what);
+    return std::regex_search(summary, m, line) ? std::stol(m[1]) : -1;
 }
 
 // Each satellite of each epoch of `out` is a source satellite whose every
 // signal the messages carry comes back; counts the satellites and the signals
 // with values by system. L1 P (C1Y) only with `l1p` (the run had -P1).
-void CheckEpochs(const EpochMap& out, bool bin96, bool l1p, std::map<char, int>& written,
-                 std::map<char, int>& signals)
+// Satellites on the BIN76 channels without L2 (12 to 14), listed in `l1Only`,
+// come with L1 C/A alone.
+void CheckEpochs(const EpochMap& out, bool bin96, bool l1p, const std::set<std::pair<long, int>>& l1Only,
+                 std::map<char, long>& written, std::map<char, long>& signals)
 {
     const EpochMap& source = Source().m_Obs;
     for (const auto& [time, satellites] : out)
@@ -286,39 +306,45 @@ void CheckEpochs(const EpochMap& out, bool bin96, bool l1p, std::map<char, int>&
             ASSERT_NE(srcSat, src->second.end()) << name << " at " << time;
             ++written[name[0]];
             const std::string where = name + " at " + std::to_string(time);
+            const bool alone = l1Only.count({std::lround(std::fmod(time, 86400.0)), sat.m_iPrn}) != 0;
             for (const SSignal& s : kSignals)
             {
                 if (s.m_cSystem != name[0] || (s.m_bCodeOnly && !l1p))
                     continue;
-                if (!bin96 || s.m_cSystem != 'G')
-                    signals[name[0]] += CheckSignal(s, sat, srcSat->second, false, where);
-                else if (std::string(s.m_szOut) == "1C")
-                    signals[name[0]] += CheckSignal(kBin96L1, sat, srcSat->second, true, where);
-                else // the columns stand, blank, since BIN66 brings L2
+                const bool firstSignal = std::string(s.m_szOut) == "1C";
+                if (s.m_cSystem == 'G' && !firstSignal && (bin96 || alone))
+                    // the columns stand, blank: the message has no L2 or L1 P here
                     EXPECT_TRUE(Value(sat, 'C', s.m_szOut) == nullptr || Value(sat, 'C', s.m_szOut)->m_dValue == 0.0)
                         << where;
+                else if (s.m_cSystem == 'G' && bin96)
+                    signals[name[0]] += CheckSignal(kBin96L1, sat, srcSat->second, true, where);
+                else
+                    signals[name[0]] += CheckSignal(s, sat, srcSat->second, false, where);
             }
         }
     }
 }
 
-// Each output epoch is a source epoch, and nearly every satellite reported
-// comes back: satellites that the receiver had no channel for are missing,
-// a few per cent of the GPS ones.
-TEST_P(RealDataEndToEnd, ObservationsMatchTheSourceWithinTheMessagesSteps)
+// Each output epoch is a source epoch, and every satellite the log carries
+// with a lock is there, BeiDou above C32 included.
+TEST_P(RealDataEndToEnd, EveryLockedSatelliteOfTheLogReachesTheFileWithinTheMessagesSteps)
 {
     const SRun& run = RunTools(GetParam());
-    const EpochMap& source = Source().m_Obs;
-    ASSERT_EQ(run.m_Obs.size(), source.size()) << run.m_szLog;
-    std::map<char, int> written, expected, signals;
-    for (const auto& [time, satellites] : source)
-        for (const auto& [name, sat] : satellites)
-            expected[name[0]] += Reported(sat);
-    CheckEpochs(run.m_Obs, Bin96(), true, written, signals);
+    ASSERT_EQ(run.m_Obs.size(), Source().m_Obs.size()) << run.m_szLog;
+    std::map<char, long> written, signals;
+    CheckEpochs(run.m_Obs, Bin96(), true, run.m_L1Only, written, signals);
     for (const char system : {'G', 'R', 'C'})
     {
-        EXPECT_GE(written[system], 0.95 * expected[system]) << system << "\n" << run.m_szLog;
+        EXPECT_EQ(written[system], LogCount(run.m_szLog, system, "of them locked")) << system << "\n" << run.m_szLog;
         EXPECT_GE(signals[system], written[system]) << system;
+    }
+    // BIN76 has a channel for every GPS satellite of the day, BIN36 for every
+    // BeiDou one; some stand on the channels without L2.
+    EXPECT_EQ(LogCount(run.m_szLog, 'C', "without a channel"), 0) << run.m_szLog;
+    if (!Bin96())
+    {
+        EXPECT_EQ(LogCount(run.m_szLog, 'G', "without a channel"), 0) << run.m_szLog;
+        EXPECT_FALSE(run.m_L1Only.empty());
     }
 }
 
@@ -456,6 +482,16 @@ TEST_P(RealDataEndToEnd, EphemeridesAndHeaderCorrectionsMatchTheSource)
     CheckRecords(run.m_Glonass, kGlonassFields, &run.m_Obs, 'R');
     CheckRecords(run.m_Beidou, kBeidouFields, &run.m_Obs, 'C');
     CheckGpsHeader(run.m_Gps.m_Header);
+    // The navigation file has each BeiDou satellite of the source above C32 (C33 to C37).
+    std::set<std::string> above32, above32Written;
+    for (const auto& [key, record] : Source().m_Nav.m_Records)
+        if (key[0] == 'C' && std::stoi(key.substr(1, 2)) > 32)
+            above32.insert(key.substr(0, 3));
+    for (const auto& [key, record] : run.m_Beidou.m_Records)
+        if (std::stoi(key.substr(1, 2)) > 32)
+            above32Written.insert(key.substr(0, 3));
+    EXPECT_EQ(above32Written, above32);
+    EXPECT_FALSE(above32.empty());
 
     // BIN34: 2^-30 s, 2^-50 s/s, the reference time in 4096 s and the week's low 8 bits.
     ASSERT_EQ(run.m_Beidou.m_Header.m_TimeCorrections.count("BDUT"), 1u);
@@ -518,8 +554,8 @@ TEST_P(GoldenStationCase, ExpectedFilesMatchTheSourceWithinTheMessagesSteps)
         const std::string text = ReadText(entry.path());
         if (text.size() > 80 && text.compare(20, 16, "OBSERVATION DATA") == 0)
         {
-            std::map<char, int> written, signals;
-            CheckEpochs(ReadObs(text), bin96, l1p, written, signals);
+            std::map<char, long> written, signals;
+            CheckEpochs(ReadObs(text), bin96, l1p, OnL1OnlyChannels(ReadText(dir / "input.log")), written, signals);
             for (const auto& [system, count] : written)
                 EXPECT_GE(signals[system], count) << system;
             ++files;

@@ -52,7 +52,7 @@ struct SBin76Channel
 };
 
 // Channels the message has room for: 15 carry L1 C/A, the first 12 of them
-// also L2 and L1 P. Receivers drive 12.
+// also L2 and L1 P.
 constexpr size_t kBin76L1Channels = 15;
 constexpr size_t kBin76DualChannels = 12;
 
