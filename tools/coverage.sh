@@ -26,7 +26,6 @@ WORK=$(mktemp -d)
 trap 'rm -rf "$WORK"' EXIT
 cd "$WORK"
 "$RINEX2LOG" "$@" "$OBS" "$NAV" real.log 2>built.txt
-# File names are relative: obsforge takes an argument that starts with "/" for an option.
 "$OBSFORGE" real.log out.obs gps.nav glo.nav bds.nav 2>converted.txt
 
 # "  G: ... observations N in, M sent (L of them locked), ..."
