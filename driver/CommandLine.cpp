@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
+#include <memory>
 #include <new>
 #include <string>
 #include <vector>
@@ -12,9 +13,7 @@
 #include "driver/RunFiles.h"
 #include "driver/RunOptions.h"
 #include "driver/SiteInputs.h"
-#include "navstate/BeidouSubFrame.h"
 #include "platform/StopSignals.h"
-#include "platform/Trace.h"
 
 namespace
 {
@@ -210,8 +209,9 @@ void StartOutput(CRunFiles& files, size_t index, SPassOutputs& pass)
 // a later -L, -H or -R overrides what an earlier one set, -R acts only in
 // front of the log's name, and outputs are emptied in turn.
 void ApplyArguments(const SCommandLine& line, const std::vector<SCheckedArgument>& checked, CRunFiles& files,
-                    SPassOutputs& pass, SSiteNotes& notes)
+                    SPassOutputs& pass, CConversion& conversion)
 {
+    SRunOptions& options = conversion.m_Options;
     for (size_t i = 0; i < line.m_aArguments.size(); ++i)
     {
         const SArgument& argument = line.m_aArguments[i];
@@ -221,8 +221,11 @@ void ApplyArguments(const SCommandLine& line, const std::vector<SCheckedArgument
         case 0:
             if (c.m_iPosition == ePosInput)
             {
-                if (RunOptions.m_bReadSiteRecords)
-                    ScanSiteRecords(argument.m_szValue.c_str(), notes);
+                if (options.m_bReadSiteRecords)
+                {
+                    SSiteTargets targets = conversion.SiteTargets();
+                    ScanSiteRecords(argument.m_szValue.c_str(), targets);
+                }
             }
             else
             {
@@ -230,27 +233,26 @@ void ApplyArguments(const SCommandLine& line, const std::vector<SCheckedArgument
             }
             break;
         case 'E':
-            RunOptions.m_dElevationMask = c.m_dNumber;
-            RunOptions.m_bElevationMask = true;
+            options.m_dElevationMask = c.m_dNumber;
+            options.m_bElevationMask = true;
             break;
         case 'L':
-            SetLocation(c.m_adLocation);
+            SetLocation(c.m_adLocation, options);
             break;
         case 'N':
-            RunOptions.m_dObsInterval = IntervalFromValue(c.m_dNumber);
-            RunOptions.m_bObsIntervalGiven = true;
+            options.m_dObsInterval = IntervalFromValue(c.m_dNumber);
+            options.m_bObsIntervalGiven = true;
             break;
         case 'B':
-            RunOptions.m_bOutputBeforeEphemeris = true;
+            options.m_bOutputBeforeEphemeris = true;
             break;
         case 'H':
-            ReadExternalHeader(argument.m_szValue.c_str());
+            ReadExternalHeader(argument.m_szValue.c_str(), conversion.m_ExternalHeader);
             break;
         case 'R':
-            RunOptions.m_bReadSiteRecords = true;
+            options.m_bReadSiteRecords = true;
             break;
-        case 'I':
-            RunOptions.m_bL1Only = argument.m_szValue != "L1L2";
+        case 'I': // accepted for compatibility; it changes no file
             break;
         case 'S':
             // A later -S takes the summary; the earlier file stays created.
@@ -258,7 +260,7 @@ void ApplyArguments(const SCommandLine& line, const std::vector<SCheckedArgument
             break;
         case 'P':
             if (argument.m_szValue[0] == '1')
-                RunOptions.m_bOutputL1P = true;
+                options.m_bOutputL1P = true;
             break;
         case '?':
             PrintHelp(stderr);
@@ -298,10 +300,10 @@ int RunChecked(const SCommandLine& line)
     // cutting it off.
     InstallStopSignals();
     SPassOutputs pass;
-    SSiteNotes notes;
-    ApplyArguments(line, checked, files, pass, notes);
+    const std::unique_ptr<CConversion> conversion = std::make_unique<CConversion>();
+    ApplyArguments(line, checked, files, pass, *conversion);
 
-    if (!AllocateBeidouEphTable())
+    if (!conversion->AllocateTables())
     {
         std::fputs("g_paBIN_BeidouEph fails malloc\n", stderr);
         return kExitOutOfMemory;
@@ -310,13 +312,11 @@ int RunChecked(const SCommandLine& line)
     int stopSignal = 0;
     if (files.InputFd() >= 0)
     {
-        TraceMsg("doit\n");
-        stopSignal = ConvertLog(files.InputFd(), pass, notes);
+        stopSignal = conversion->ConvertLog(files.InputFd(), pass);
         TakePassFailures(pass, files);
     }
     else
     {
-        TraceMsg("printHelp\n");
         PrintHelp(stderr);
     }
 
@@ -376,7 +376,6 @@ void PrintHelp(std::FILE* stream)
 
 int RunObsforge(int argc, const char* const* argv)
 {
-    TraceMsg("GO\n");
     try
     {
         const SCommandLine line = SplitCommandLine(argc, argv);

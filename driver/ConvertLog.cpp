@@ -4,42 +4,18 @@
 #include <cstdint>
 #include <cstring>
 
-#include "driver/RunFiles.h"
-#include "driver/RunOptions.h"
-#include "driver/RunStats.h"
-#include "driver/SiteInputs.h"
-#include "gnsstime/GpsTime.h"
 #include "logio/BinaryMessages.h"
 #include "logio/ByteReader.h"
 #include "logio/FrameReader.h"
-#include "navstate/BeidouSubFrame.h"
-#include "navstate/NavState.h"
 #include "obsconv/Bin36Decoder.h"
 #include "obsconv/Bin66Decoder.h"
 #include "obsconv/Bin76Decoder.h"
 #include "obsconv/Bin96Decoder.h"
-#include "obsconv/ObsSlots.h"
-#include "platform/FileIo.h"
 #include "platform/InputWait.h"
 #include "platform/StopSignals.h"
-#include "platform/Trace.h"
-#include "rinex/BeidouNavWriter.h"
-#include "rinex/GlonassNavWriter.h"
-#include "rinex/NavWriter.h"
-#include "rinex/ObsWriter.h"
-
-std::FILE* g_pObsFile = nullptr;
-std::FILE* g_pGpsNavFile = nullptr;
-std::FILE* g_pGlonassNavFile = nullptr;
-std::FILE* g_pBeidouNavFile = nullptr;
 
 namespace
 {
-// The input is read in blocks into this one buffer, reused for the whole run;
-// frames are consumed in place.
-constexpr uint32_t kReadBlockSize = 16384;
-uint8_t s_aReadBlock[kReadBlockSize];
-
 // On a long pass the files on disk are brought up to date this often, so
 // that a crash loses little.
 constexpr int64_t kSyncIntervalMs = 1000;
@@ -56,175 +32,16 @@ constexpr uint32_t kSiteNameOffset = 6;
 constexpr uint32_t kSiteNumberOffset = 26;
 constexpr uint32_t kSiteTextLength = 20;
 
-// The messages counted for the end-of-run line, in the order they are printed.
-enum ECountedMessage
-{
-    eCount96, eCount76, eCount95, eCount93, eCount94, eCount65, eCount66, eCount34,
-    eCount35, eCount36, eCount101, eCount102, eCount103, eCount104, eCount80, eCount62,
-    eCountedMessages
-};
-
-const char* const kCountFormats[eCountedMessages] = {
+const char* const kCountFormats[] = {
     "BIN96:%lu ",  "BIN76:%lu ",  "BIN95:%lu ",  "BIN93:%lu ",  "BIN94:%lu ",  "BIN65:%lu ",
     "BIN66:%lu ",  "BIN34:%lu ",  "BIN35:%lu ",  "BIN36:%lu ",  "BIN101:%lu ", "BIN102:%lu ",
     "BIN103:%lu ", "BIN104:%lu ", "BIN80:%lu ",  "BIN62:%lu ",
-};
-
-struct SLoopState
-{
-    uint32_t m_uMessageCount;
-    bool m_bBin96Seen; // shuts BIN76 out for the rest of the run
-    bool m_bBin76Seen; // shuts BIN96 out for the rest of the run
-    uint32_t m_auCount[eCountedMessages];
 };
 
 template <class Msg>
 bool IsMessage(uint16_t number, uint32_t length)
 {
     return number == Msg::kNumber && length == Msg::kFrameLength;
-}
-
-template <class Msg>
-void StoreCopy(Msg& copy, const uint8_t* frame)
-{
-    std::memcpy(copy.m_aFrame, frame, Msg::kFrameLength);
-}
-
-// The seconds of an epoch message against the log time: exact comparison of
-// the seconds of week alone, never of the week.
-bool SameSecondsAsLogTime(double seconds)
-{
-    GpsTime now;
-    GetLogTime(now);
-    return seconds == now.m_dSeconds;
-}
-
-// Tells a "$BIN" frame by number and exact length and hands it on. Returns
-// false for a frame that matches no row.
-bool DispatchBinFrame(const uint8_t* frame, uint32_t length, SLoopState& loop)
-{
-    const uint16_t number = ReadU16(frame, kBinNumberOffset);
-    SStoredMessages& stored = g_StoredMessages;
-
-    if (IsMessage<SBinaryMsg96>(number, length) && !loop.m_bBin76Seen)
-    {
-        ++loop.m_auCount[eCount96];
-        const double seconds = ReadDouble(frame, kBin96SecondsOffset);
-        if (!SameSecondsAsLogTime(seconds))
-        {
-            SetLogTime(seconds, ReadU16(frame, kBin96WeekOffset));
-            TraceMsg("SBinaryMsg96\n");
-            OnBin96(frame);
-        }
-        loop.m_bBin96Seen = true;
-        ++RunStats.m_uObsEpochsFound;
-    }
-    else if (IsMessage<SBinaryMsg76>(number, length) && !loop.m_bBin96Seen)
-    {
-        ++loop.m_auCount[eCount76];
-        const double seconds = ReadDouble(frame, kBin76SecondsOffset);
-        if (!SameSecondsAsLogTime(seconds))
-        {
-            SetLogTime(seconds, ReadU16(frame, kBin76WeekOffset));
-            OnBin76(frame);
-        }
-        loop.m_bBin76Seen = true;
-        ++RunStats.m_uObsEpochsFound;
-    }
-    else if (IsMessage<SBinaryMsg95>(number, length))
-    {
-        ++loop.m_auCount[eCount95];
-        g_GpsNavState.OnBin95(frame);
-        g_GpsNavWriter.WritePending(true);
-        ++RunStats.m_uGpsEphFound;
-    }
-    else if (IsMessage<SBinaryMsg93>(number, length))
-    {
-        ++loop.m_auCount[eCount93];
-        g_GpsNavState.OnBin93(frame);
-        g_GpsNavWriter.WritePending(true);
-        ++RunStats.m_uSbasEphFound;
-    }
-    else if (IsMessage<SBinaryMsg94>(number, length))
-    {
-        ++loop.m_auCount[eCount94];
-        StoreCopy(stored.m_Bin94, frame);
-        ++RunStats.m_uIonoUtcFound;
-    }
-    else if (IsMessage<SBinaryMsg65>(number, length))
-    {
-        ++loop.m_auCount[eCount65];
-        g_GlonassNavState.OnBin65(frame);
-        g_GlonassNavWriter.WritePending(true);
-        ++RunStats.m_uGlonassEphFound;
-    }
-    else if (IsMessage<SBinaryMsg66>(number, length))
-    {
-        ++loop.m_auCount[eCount66];
-        if (SameSecondsAsLogTime(ReadDouble(frame, kBin66SecondsOffset)))
-        {
-            OnBin66(frame);
-        }
-        ++RunStats.m_uGlonassObsFound;
-    }
-    else if (IsMessage<SBinaryMsg35>(number, length))
-    {
-        ++loop.m_auCount[eCount35];
-        ProcessBin35(frame);
-        g_BeidouNavWriter.WritePending(true);
-        ++RunStats.m_uBeidouEphFound;
-    }
-    else if (IsMessage<SBinaryMsg36>(number, length))
-    {
-        ++loop.m_auCount[eCount36];
-        if (SameSecondsAsLogTime(ReadDouble(frame, kBin36SecondsOffset)))
-        {
-            OnBin36(frame);
-        }
-        ++RunStats.m_uBeidouObsFound;
-    }
-    else if (IsMessage<SBinaryMsg34>(number, length))
-    {
-        ++loop.m_auCount[eCount34];
-        StoreCopy(stored.m_Bin34, frame);
-        g_BeidouNavWriter.WriteBdutLine();
-    }
-    else if (IsMessage<SBinaryMsg101>(number, length))
-    {
-        ++loop.m_auCount[eCount101];
-        StoreCopy(stored.m_Bin101, frame);
-    }
-    else if (IsMessage<SBinaryMsg102>(number, length))
-    {
-        ++loop.m_auCount[eCount102];
-        StoreCopy(stored.m_Bin102, frame);
-    }
-    else if (IsMessage<SBinaryMsg103>(number, length))
-    {
-        ++loop.m_auCount[eCount103];
-        StoreCopy(stored.m_Bin103, frame);
-    }
-    else if (IsMessage<SBinaryMsg104>(number, length))
-    {
-        ++loop.m_auCount[eCount104];
-        StoreCopy(stored.m_Bin104, frame);
-    }
-    else if (IsMessage<SBinaryMsg80>(number, length))
-    {
-        ++loop.m_auCount[eCount80];
-        StoreCopy(stored.m_Bin80, frame);
-    }
-    else if (IsMessage<SBinaryMsg62>(number, length))
-    {
-        ++loop.m_auCount[eCount62];
-        StoreCopy(stored.m_Bin62, frame);
-    }
-    else
-    {
-        TraceMsg("Unknown Binary Message\n");
-        return false;
-    }
-    return true;
 }
 
 // Copies a text field of a site frame into a zeroed string. Only bytes inside
@@ -236,45 +53,6 @@ void CopySiteText(const uint8_t* frame, uint32_t length, uint32_t offset, char (
         return;
     const uint32_t count = length - offset < kSiteTextLength ? length - offset : kSiteTextLength;
     std::memcpy(text, frame + offset, count);
-}
-
-void DispatchSiteFrame(const uint8_t* frame, uint32_t length)
-{
-    if (frame[2] != kSiteClassMarker)
-        return;
-    char name[kSiteTextLength + 1];
-    char number[kSiteTextLength + 1];
-    switch (frame[3])
-    {
-    case 1: // a new marker begins
-        CopySiteText(frame, length, kSiteNameOffset, name);
-        CopySiteText(frame, length, kSiteNumberOffset, number);
-        BeginMarker(name, number);
-        break;
-    case 2: // the antenna starts moving
-        BeginMoving();
-        break;
-    case 3: // the marker in progress is renamed
-        CopySiteText(frame, length, kSiteNameOffset, name);
-        CopySiteText(frame, length, kSiteNumberOffset, number);
-        UpdateMarker(name, number);
-        break;
-    case 4: // the marker block is withdrawn
-        RemoveMarkerBlock();
-        break;
-    default:
-        break;
-    }
-}
-
-void DispatchSentence(const uint8_t* frame, uint32_t length, SSiteNotes& notes)
-{
-    if (length + 1 >= kSentenceBufferSize)
-        return;
-    char line[kSentenceBufferSize];
-    std::memcpy(line, frame, length);
-    line[length] = '\0';
-    HandleSentence(line, notes);
 }
 
 // The system's error number of a stream whose writing failed, 0 while it
@@ -303,21 +81,204 @@ bool CheckOutput(SPassOutputs& outputs, EOutputKind kind, int error)
     ReportOutputFailure(OutputKindName(kind), output.m_szPath, error);
     return true;
 }
+} // namespace
+
+CConversion::CConversion()
+    : m_Navigation(m_LogTime),
+      m_Assembly(m_LogTime, m_Navigation.m_Gps, m_Navigation.m_Beidou),
+      m_ObsWriter(m_ExternalHeader, m_Navigation.m_GlonassFrequencies),
+      m_GpsNavWriter(m_Navigation.m_Gps, m_Navigation.m_Utc),
+      m_GlonassNavWriter(m_Navigation.m_Glonass, m_Navigation.m_Utc, m_Navigation.m_GlonassFrequencies),
+      m_BeidouNavWriter(m_Navigation.m_Beidou, m_Navigation.m_Utc),
+      m_Intake{m_Slots,
+               m_Assembly,
+               m_Navigation.m_Gps,
+               m_Navigation.m_Glonass,
+               m_Navigation.m_Beidou,
+               m_Navigation.m_GlonassFrequencies,
+               m_Mask}
+{
+}
+
+void CConversion::PrepareRun(SPassOutputs& outputs)
+{
+    const SRunOptions& o = m_Options;
+    m_Navigation.m_Receiver.Init(o.m_bHaveLocation, o.m_aLocationLlh);
+    m_Mask = SMaskRule{o.m_bElevationMask, o.m_dElevationMask, o.m_bHaveLocation, o.m_bOutputBeforeEphemeris};
+    m_Assembly.SetRun(o.m_dObsInterval, o.m_bObsIntervalGiven, o.m_bOutputL1P, this);
+    m_ObsWriter.SetSite(outputs.m_aOutput[eOutputObservation].m_pStream, o.m_aLocationXyz);
+    m_GpsNavWriter.SetFile(outputs.m_aOutput[eOutputGpsNav].m_pStream);
+    m_GlonassNavWriter.SetFile(outputs.m_aOutput[eOutputGlonassNav].m_pStream);
+    m_BeidouNavWriter.SetFile(outputs.m_aOutput[eOutputBeidouNav].m_pStream);
+    m_Stats = SRunStats{};
+}
+
+void CConversion::TakeEpoch(const SObsEpoch& epoch)
+{
+    m_ObsWriter.WriteEpoch(epoch);
+    if (epoch.m_uListCount > 0)
+    {
+        ++m_Stats.m_uEpochsWritten;
+        m_Stats.m_uObsWritten += epoch.m_uListCount;
+    }
+    if (m_Stats.m_timeFirstEpoch.m_uWeek == 0)
+        m_Stats.m_timeFirstEpoch = epoch.m_timeEpoch;
+}
+
+// Tells a "$BIN" frame by number and exact length and hands it on. Returns
+// false for a frame that matches no row.
+bool CConversion::DispatchBinFrame(const uint8_t* frame, uint32_t length)
+{
+    const uint16_t number = ReadU16(frame, kBinNumberOffset);
+
+    if (IsMessage<SBinaryMsg96>(number, length) && !m_bBin76Seen)
+    {
+        ++m_auCount[eCount96];
+        const double seconds = ReadDouble(frame, kBin96SecondsOffset);
+        if (!SameSecondsAsLogTime(seconds))
+        {
+            m_LogTime.SetLogTime(seconds, ReadU16(frame, kBin96WeekOffset));
+            OnBin96(frame, m_Intake);
+        }
+        m_bBin96Seen = true;
+        ++m_Stats.m_uObsEpochsFound;
+    }
+    else if (IsMessage<SBinaryMsg76>(number, length) && !m_bBin96Seen)
+    {
+        ++m_auCount[eCount76];
+        const double seconds = ReadDouble(frame, kBin76SecondsOffset);
+        if (!SameSecondsAsLogTime(seconds))
+        {
+            m_LogTime.SetLogTime(seconds, ReadU16(frame, kBin76WeekOffset));
+            OnBin76(frame, m_Intake);
+        }
+        m_bBin76Seen = true;
+        ++m_Stats.m_uObsEpochsFound;
+    }
+    else if (IsMessage<SBinaryMsg95>(number, length))
+    {
+        ++m_auCount[eCount95];
+        m_Navigation.m_Gps.OnBin95(frame);
+        m_GpsNavWriter.WritePending(true);
+        ++m_Stats.m_uGpsEphFound;
+    }
+    else if (IsMessage<SBinaryMsg93>(number, length))
+    {
+        ++m_auCount[eCount93];
+        m_Navigation.m_Gps.OnBin93(frame);
+        m_GpsNavWriter.WritePending(true);
+    }
+    else if (IsMessage<SBinaryMsg94>(number, length))
+    {
+        ++m_auCount[eCount94];
+        m_Navigation.m_Utc.StoreBin94(frame);
+        ++m_Stats.m_uIonoUtcFound;
+    }
+    else if (IsMessage<SBinaryMsg65>(number, length))
+    {
+        ++m_auCount[eCount65];
+        m_Navigation.m_Glonass.OnBin65(frame);
+        m_GlonassNavWriter.WritePending(true);
+        ++m_Stats.m_uGlonassEphFound;
+    }
+    else if (IsMessage<SBinaryMsg66>(number, length))
+    {
+        ++m_auCount[eCount66];
+        if (SameSecondsAsLogTime(ReadDouble(frame, kBin66SecondsOffset)))
+            OnBin66(frame, m_Intake);
+        ++m_Stats.m_uGlonassObsFound;
+    }
+    else if (IsMessage<SBinaryMsg35>(number, length))
+    {
+        ++m_auCount[eCount35];
+        m_Navigation.m_BeidouDecoders.ProcessBin35(frame);
+        m_BeidouNavWriter.WritePending(true);
+        ++m_Stats.m_uBeidouEphFound;
+    }
+    else if (IsMessage<SBinaryMsg36>(number, length))
+    {
+        ++m_auCount[eCount36];
+        if (SameSecondsAsLogTime(ReadDouble(frame, kBin36SecondsOffset)))
+            OnBin36(frame, m_Intake);
+        ++m_Stats.m_uBeidouObsFound;
+    }
+    else if (IsMessage<SBinaryMsg34>(number, length))
+    {
+        ++m_auCount[eCount34];
+        m_Navigation.m_Utc.StoreBin34(frame);
+        m_BeidouNavWriter.WriteBdutLine();
+    }
+    // The messages only counted: the conversion takes nothing from them.
+    else if (IsMessage<SBinaryMsg101>(number, length))
+        ++m_auCount[eCount101];
+    else if (IsMessage<SBinaryMsg102>(number, length))
+        ++m_auCount[eCount102];
+    else if (IsMessage<SBinaryMsg103>(number, length))
+        ++m_auCount[eCount103];
+    else if (IsMessage<SBinaryMsg104>(number, length))
+        ++m_auCount[eCount104];
+    else if (IsMessage<SBinaryMsg80>(number, length))
+        ++m_auCount[eCount80];
+    else if (IsMessage<SBinaryMsg62>(number, length))
+        ++m_auCount[eCount62];
+    else
+        return false;
+    return true;
+}
+
+void CConversion::DispatchSiteFrame(const uint8_t* frame, uint32_t length)
+{
+    if (frame[2] != kSiteClassMarker)
+        return;
+    char name[kSiteTextLength + 1];
+    char number[kSiteTextLength + 1];
+    switch (frame[3])
+    {
+    case 1: // a new marker begins
+        CopySiteText(frame, length, kSiteNameOffset, name);
+        CopySiteText(frame, length, kSiteNumberOffset, number);
+        m_ObsWriter.BeginMarker(name, number);
+        break;
+    case 2: // the antenna starts moving
+        m_ObsWriter.BeginMoving();
+        break;
+    case 3: // the marker in progress is renamed
+        CopySiteText(frame, length, kSiteNameOffset, name);
+        CopySiteText(frame, length, kSiteNumberOffset, number);
+        m_ObsWriter.UpdateMarker(name, number);
+        break;
+    case 4: // the marker block is withdrawn
+        m_ObsWriter.RemoveMarkerBlock();
+        break;
+    default:
+        break;
+    }
+}
+
+void CConversion::DispatchSentence(const uint8_t* frame, uint32_t length)
+{
+    if (length + 1 >= kSentenceBufferSize)
+        return;
+    char line[kSentenceBufferSize];
+    std::memcpy(line, frame, length);
+    line[length] = '\0';
+    HandleSentence(line, m_ObsWriter, m_SiteNotes);
+}
 
 // Looks at every output still written; a failed one is given up, so the
 // conversion goes on for the others and finishes them.
-void CheckOutputs(SPassOutputs& outputs)
+void CConversion::CheckOutputs(SPassOutputs& outputs)
 {
-    if (g_ObsWriter.m_pFile != nullptr &&
-        CheckOutput(outputs, eOutputObservation, StreamFailure(g_ObsWriter.m_pFile, g_ObsWriter.m_iIoError)))
-        g_ObsWriter.m_pFile = nullptr;
+    if (m_ObsWriter.m_pFile != nullptr &&
+        CheckOutput(outputs, eOutputObservation, StreamFailure(m_ObsWriter.m_pFile, m_ObsWriter.m_iIoError)))
+        m_ObsWriter.m_pFile = nullptr;
     const struct
     {
         EOutputKind m_eKind;
         CWriteRinexNav& m_Writer;
-    } navs[] = {{eOutputGpsNav, g_GpsNavWriter},
-                {eOutputGlonassNav, g_GlonassNavWriter},
-                {eOutputBeidouNav, g_BeidouNavWriter}};
+    } navs[] = {{eOutputGpsNav, m_GpsNavWriter},
+                {eOutputGlonassNav, m_GlonassNavWriter},
+                {eOutputBeidouNav, m_BeidouNavWriter}};
     for (const auto& nav : navs)
     {
         if (nav.m_Writer.m_pFile != nullptr &&
@@ -328,14 +289,14 @@ void CheckOutputs(SPassOutputs& outputs)
 
 // Brings every file on disk up to date: each holds complete lines and
 // records, and the observation header names only epochs on disk.
-void SyncOutputs(SPassOutputs& outputs)
+void CConversion::SyncOutputs(SPassOutputs& outputs)
 {
     // A failure leaves the stream's error mark or the writer's note; the
     // check below reads both.
-    g_ObsWriter.SyncToDisk();
-    for (CWriteRinexNav* writer :
-         {static_cast<CWriteRinexNav*>(&g_GpsNavWriter), static_cast<CWriteRinexNav*>(&g_GlonassNavWriter),
-          static_cast<CWriteRinexNav*>(&g_BeidouNavWriter)})
+    m_ObsWriter.SyncToDisk();
+    for (const CWriteRinexNav* writer : {static_cast<const CWriteRinexNav*>(&m_GpsNavWriter),
+                                         static_cast<const CWriteRinexNav*>(&m_GlonassNavWriter),
+                                         static_cast<const CWriteRinexNav*>(&m_BeidouNavWriter)})
     {
         if (writer->m_pFile != nullptr)
             std::fflush(writer->m_pFile);
@@ -343,42 +304,21 @@ void SyncOutputs(SPassOutputs& outputs)
     CheckOutputs(outputs);
 }
 
-void PrintMessageCounts(const SLoopState& loop)
+void CConversion::PrintMessageCounts() const
 {
     for (uint32_t i = 0; i < eCountedMessages; ++i)
     {
-        if (loop.m_auCount[i] != 0)
-            std::fprintf(stderr, kCountFormats[i], static_cast<unsigned long>(loop.m_auCount[i]));
+        if (m_auCount[i] != 0)
+            std::fprintf(stderr, kCountFormats[i], static_cast<unsigned long>(m_auCount[i]));
     }
     std::fputs("\n", stderr);
 }
-} // namespace
 
-void PrepareRun()
-{
-    g_NavState.Init();
-    InitObsSlots();
-    g_ObsWriter.SetSite(g_pObsFile, RunOptions.m_dObsInterval, RunOptions.m_bObsIntervalGiven,
-                        RunOptions.m_aLocationXyz);
-    g_GpsNavWriter.SetFile(g_pGpsNavFile);
-    ComputeGlonassWavelengths();
-    g_GlonassNavWriter.SetFile(g_pGlonassNavFile);
-    g_BeidouNavWriter.SetFile(g_pBeidouNavFile);
-    RunStats = SRunStats{};
-}
-
-int ConvertLog(int inputFd, SPassOutputs& outputs, SSiteNotes& notes)
+int CConversion::ConvertLog(int inputFd, SPassOutputs& outputs)
 {
     const uint8_t enabled[kFrameKindCount] = {1, 1, 1, 1, 1};
-    CBinFrameReader reader(s_aReadBlock, kReadBlockSize, enabled);
-
-    SLoopState loop{};
-    g_pObsFile = outputs.m_aOutput[eOutputObservation].m_pStream;
-    g_pGpsNavFile = outputs.m_aOutput[eOutputGpsNav].m_pStream;
-    g_pGlonassNavFile = outputs.m_aOutput[eOutputGlonassNav].m_pStream;
-    g_pBeidouNavFile = outputs.m_aOutput[eOutputBeidouNav].m_pStream;
-
-    PrepareRun();
+    CBinFrameReader reader(m_aReadBlock, kReadBlockSize, enabled);
+    PrepareRun(outputs);
 
     // A log that is a regular file never makes the pass wait.
     const bool mayWait = !IsRegularFile(inputFd);
@@ -400,35 +340,39 @@ int ConvertLog(int inputFd, SPassOutputs& outputs, SSiteNotes& notes)
             switch (kind)
             {
             case eFrameBin:
-                ++loop.m_uMessageCount;
-                DispatchBinFrame(frame, length, loop);
+                ++m_uMessageCount;
+                DispatchBinFrame(frame, length);
                 break;
             case eFrameSite:
-                ++loop.m_uMessageCount;
+                ++m_uMessageCount;
                 DispatchSiteFrame(frame, length);
                 break;
             case eFrameSentence:
-                DispatchSentence(frame, length, notes);
+                DispatchSentence(frame, length);
                 break;
             default: // RTCM 3 and packed frames are consumed whole and not looked into
                 break;
             }
-            if (loop.m_uMessageCount % kProgressStep == 0)
-                std::fprintf(stderr, "Message Count %lu\r", static_cast<unsigned long>(loop.m_uMessageCount));
+            if (m_uMessageCount % kProgressStep == 0)
+                std::fprintf(stderr, "Message Count %lu\r", static_cast<unsigned long>(m_uMessageCount));
         }
         CheckOutputs(outputs);
     }
 
-    EndObservations();
+    m_Assembly.EndObservations();
     SyncOutputs(outputs);
 
-    PrintMessageCounts(loop);
+    m_Stats.m_uNavSatsWritten =
+        m_GpsNavWriter.m_uSatsWritten + m_GlonassNavWriter.m_uSatsWritten + m_BeidouNavWriter.m_uSatsWritten;
+    m_Stats.m_uNavWrites =
+        m_GpsNavWriter.m_uRecordsWritten + m_GlonassNavWriter.m_uRecordsWritten + m_BeidouNavWriter.m_uRecordsWritten;
+    PrintMessageCounts();
     std::FILE* summary = outputs.m_aOutput[eOutputSummary].m_pStream;
     if (summary != nullptr)
     {
-        WriteRunSummary(summary);
+        WriteRunSummary(summary, m_Stats);
         CheckOutput(outputs, eOutputSummary, StreamFailure(summary, std::fflush(summary) == 0 ? 0 : errno));
     }
-    WriteRunSummary(stderr);
+    WriteRunSummary(stderr, m_Stats);
     return StopSignalNumber();
 }

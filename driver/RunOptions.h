@@ -1,7 +1,7 @@
 #pragma once
 
-// Run-wide settings from the command line. Written while the arguments are
-// read, only read from the start of the conversion on; never reset.
+// The settings of a run from the command line, written while the arguments
+// take effect and only read from the start of the conversion on.
 struct SRunOptions
 {
     bool m_bHaveLocation = false;
@@ -14,7 +14,4 @@ struct SRunOptions
     double m_dObsInterval = 1.0;                // -N, seconds
     bool m_bObsIntervalGiven = false;           // -N
     bool m_bReadSiteRecords = false;            // -R
-    bool m_bL1Only = true;                      // -I; stored, affects no file
 };
-
-extern SRunOptions RunOptions;

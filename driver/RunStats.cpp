@@ -1,7 +1,5 @@
 #include "driver/RunStats.h"
 
-SRunStats RunStats{};
-
 namespace
 {
 const char* const kRule = "--------------------------------------------------\n";
@@ -12,9 +10,8 @@ void PrintCount(std::FILE* stream, uint32_t count, const char* label)
 }
 } // namespace
 
-void WriteRunSummary(std::FILE* stream)
+void WriteRunSummary(std::FILE* stream, const SRunStats& s)
 {
-    const SRunStats& s = RunStats;
     const uint32_t average = s.m_uEpochsWritten == 0 ? 0 : s.m_uObsWritten / s.m_uEpochsWritten;
 
     std::fputs(kRule, stream);

@@ -38,7 +38,7 @@ constexpr size_t kLabelColumn = 60;
 constexpr size_t kLabelWidth = 20;
 
 // The labels an external header line is taken by, in the order they are
-// tried, with the line of g_ExternalHeader each one fills.
+// tried, with the line of the site lines each one fills.
 struct SHeaderLabel
 {
     const char* m_szLabel;
@@ -242,7 +242,7 @@ bool PositionOfGga(const char* const fields[], uint32_t count, double llh[3])
 
 // One line of the log, split, as the pre-scan sees it. Later records
 // overwrite earlier ones; mode and position are taken once.
-void TakeSiteLine(SSiteRecords& site, const char* const fields[], uint32_t count)
+void TakeSiteLine(SSiteRecords& site, const char* const fields[], uint32_t count, SSiteTargets& targets)
 {
     const char* name = fields[0];
     if (std::strcmp(name, "$>JSITERECORD") == 0)
@@ -256,12 +256,12 @@ void TakeSiteLine(SSiteRecords& site, const char* const fields[], uint32_t count
             // A record that says neither leaves the decision to the next one.
             if (EqualsIgnoringCase(fields[kSiteMode], "Moving"))
             {
-                SetMovingAtStart(true);
+                targets.m_ObsWriter.SetMovingAtStart(true);
                 site.m_bModeDecided = true;
             }
             else if (EqualsIgnoringCase(fields[kSiteMode], "Stationary"))
             {
-                SetMovingAtStart(false);
+                targets.m_ObsWriter.SetMovingAtStart(false);
                 site.m_bModeDecided = true;
             }
         }
@@ -274,7 +274,7 @@ void TakeSiteLine(SSiteRecords& site, const char* const fields[], uint32_t count
             // The location reader takes the position as a -L text would give it.
             char text[kLineBufferSize];
             std::snprintf(text, sizeof text, "%.8f,%.8f,%.3f", llh[0], llh[1], llh[2]);
-            ReadLocation(text);
+            ReadLocation(text, targets.m_Options);
             site.m_bPositionTaken = true;
         }
     }
@@ -306,9 +306,8 @@ void TakeSiteLine(SSiteRecords& site, const char* const fields[], uint32_t count
 
 // The header lines of the site from what the pre-scan found, empty stores
 // included; each is cut to the 80 characters of a header line.
-void BuildSiteHeaderLines(const SSiteRecords& site, SSiteNotes& notes)
+void BuildSiteHeaderLines(const SSiteRecords& site, SExternalHeader& ext, SSiteNotes& notes)
 {
-    SExternalHeader& ext = g_ExternalHeader;
     char version[kVersionTextSize];
     if (site.m_szApplication[0] == '\0')
         StoreText(version, site.m_szReceiverVersion);
@@ -325,7 +324,7 @@ void BuildSiteHeaderLines(const SSiteRecords& site, SSiteNotes& notes)
 }
 } // namespace
 
-void ReadLocation(const char* text)
+void ReadLocation(const char* text, SRunOptions& options)
 {
     char buffer[kLineBufferSize] = "";
     std::FILE* file = std::fopen(text, "r");
@@ -356,7 +355,7 @@ void ReadLocation(const char* text)
     }
 
     // No range check: the values are the log's.
-    SetLocation(llh);
+    SetLocation(llh, options);
 }
 
 bool CheckLocation(const std::string& text, double llh[3], std::string& reason)
@@ -402,15 +401,15 @@ bool CheckLocation(const std::string& text, double llh[3], std::string& reason)
     return true;
 }
 
-void SetLocation(const double llhDegrees[3])
+void SetLocation(const double llhDegrees[3], SRunOptions& options)
 {
     double llh[3] = {llhDegrees[0] * kRadiansPerDegree, llhDegrees[1] * kRadiansPerDegree, llhDegrees[2]};
-    LlhToEcef(llh, RunOptions.m_aLocationXyz);
-    std::memcpy(RunOptions.m_aLocationLlh, llh, sizeof llh);
-    RunOptions.m_bHaveLocation = true;
+    LlhToEcef(llh, options.m_aLocationXyz);
+    std::memcpy(options.m_aLocationLlh, llh, sizeof llh);
+    options.m_bHaveLocation = true;
 }
 
-void ReadExternalHeader(const char* path)
+void ReadExternalHeader(const char* path, SExternalHeader& header)
 {
     std::FILE* file = std::fopen(path, "r");
     if (file == nullptr)
@@ -428,7 +427,7 @@ void ReadExternalHeader(const char* path)
             {
                 // The first 80 characters; the last line of a label wins.
                 CutLineEnd(line);
-                StoreText(g_ExternalHeader.*label.m_pLine, line);
+                StoreText(header.*label.m_pLine, line);
                 break;
             }
         }
@@ -496,7 +495,7 @@ double ParseLongitude(const char* value, const char* side)
     return DegreesFromLayout(text, kLongitudeDegreeChars, side, 'W', 'E');
 }
 
-void HandleSentence(char* line, SSiteNotes& notes)
+void HandleSentence(char* line, CWriteRinexObs& writer, SSiteNotes& notes)
 {
     const char* fields[kSentenceFields];
     const uint32_t count = SplitFields(line, fields, kSentenceFields);
@@ -505,7 +504,7 @@ void HandleSentence(char* line, SSiteNotes& notes)
     {
         char text[kHeaderLineSize];
         AntennaDeltaLineOf(fields[kSiteAntennaHeight], notes, text);
-        SetAntennaDelta(text);
+        writer.SetAntennaDelta(text);
         return;
     }
 
@@ -517,11 +516,11 @@ void HandleSentence(char* line, SSiteNotes& notes)
         llh[1] *= kRadiansPerDegree;
         double xyz[3];
         LlhToEcef(llh, xyz);
-        SetMarkerPosition(xyz);
+        writer.SetMarkerPosition(xyz);
     }
 }
 
-void ScanSiteRecords(const char* path, SSiteNotes& notes)
+void ScanSiteRecords(const char* path, SSiteTargets& targets)
 {
     // A stream of its own: the input stream of the conversion keeps its position.
     std::FILE* file = std::fopen(path, "rb");
@@ -539,9 +538,9 @@ void ScanSiteRecords(const char* path, SSiteNotes& notes)
     while (std::fgets(line, sizeof line, file) != nullptr)
     {
         const uint32_t count = SplitFields(line, fields, kSentenceFields);
-        TakeSiteLine(site, fields, count);
+        TakeSiteLine(site, fields, count, targets);
     }
     std::fclose(file);
 
-    BuildSiteHeaderLines(site, notes);
+    BuildSiteHeaderLines(site, targets.m_Header, targets.m_Notes);
 }

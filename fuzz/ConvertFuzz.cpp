@@ -1,7 +1,8 @@
 // Fuzz target: a whole conversion. The input bytes are the receiver log; the
 // run writes all four RINEX files and the summary into real temporary files,
 // since the writers move back in their files, rewrite lines in place and cut
-// the observation file. Every input starts from the state of a fresh process.
+// the observation file. Every input gets a conversion of its own, as a fresh
+// process would.
 //
 // After the run the files are checked for the property that all rewriting in
 // place rests on: every line of a navigation file, and every line of the
@@ -10,11 +11,11 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <memory>
 #include <unistd.h>
 
 #include "driver/ConvertLog.h"
 #include "fuzz/FuzzCheck.h"
-#include "fuzz/RunState.h"
 
 namespace
 {
@@ -86,15 +87,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     std::fflush(input);
     std::rewind(input);
 
-    fuzzsupport::ResetRunState();
+    const std::unique_ptr<CConversion> conversion = std::make_unique<CConversion>();
+    FUZZ_CHECK(conversion->AllocateTables());
     SPassOutputs outputs;
     outputs.m_aOutput[eOutputObservation].m_pStream = s_apFiles[eObs];
     outputs.m_aOutput[eOutputGpsNav].m_pStream = s_apFiles[eGpsNav];
     outputs.m_aOutput[eOutputGlonassNav].m_pStream = s_apFiles[eGlonassNav];
     outputs.m_aOutput[eOutputBeidouNav].m_pStream = s_apFiles[eBeidouNav];
     outputs.m_aOutput[eOutputSummary].m_pStream = s_apFiles[eSummary];
-    SSiteNotes notes;
-    ConvertLog(fileno(input), outputs, notes);
+    conversion->ConvertLog(fileno(input), outputs);
 
     CheckLineWidths(s_apFiles[eObs], true);
     CheckLineWidths(s_apFiles[eGpsNav], false);

@@ -3,9 +3,6 @@
 #include <cmath>
 #include <cstdint>
 
-GpsTime g_LogTime = {};
-SUtcParams g_UtcParams = {};
-
 namespace
 {
 
@@ -98,17 +95,6 @@ void DateFromDayCount(int64_t dayCount, SCalendarTime& calendar)
 
 } // namespace
 
-void GetLogTime(GpsTime& time)
-{
-    time = g_LogTime;
-}
-
-void SetLogTime(double seconds, uint32_t week)
-{
-    g_LogTime.m_uWeek = week;
-    g_LogTime.m_dSeconds = seconds;
-}
-
 void GpsToCalendar(GpsTime& time, SCalendarTime& calendar)
 {
     BringIntoWeek(time);
@@ -153,10 +139,9 @@ void GpsPlusToCalendar(const GpsTime& time, SCalendarTime& calendar, double offs
     GpsToCalendar(shifted, calendar);
 }
 
-double GpsUtcOffset(const GpsTime& time)
+double GpsUtcOffset(const GpsTime& time, const SUtcParams& utc)
 {
-    const SUtcParams& utc = g_UtcParams;
-    if (utc.m_uStatus != 2)
+    if (utc.m_uStatus != kUtcParamsFilled)
         return 0.0;
 
     // Seconds from `time` to the leap second event. The event may lie in an
@@ -179,6 +164,27 @@ double GpsUtcOffset(const GpsTime& time)
             static_cast<double>(utc.m_uTot)) *
                utc.m_dA1 +
            leapSeconds + utc.m_dA0;
+}
+
+uint16_t WeekOfReference(uint16_t week, double referenceSeconds, double dataSeconds)
+{
+    constexpr double kHalfWeekSeconds = kSecondsPerWeek / 2.0;
+    const double apart = referenceSeconds - dataSeconds;
+    if (apart > kHalfWeekSeconds)
+        return static_cast<uint16_t>(week - 1);
+    if (apart < -kHalfWeekSeconds)
+        return static_cast<uint16_t>(week + 1);
+    return week;
+}
+
+void GpsToBdt(GpsTime& time)
+{
+    time.m_dSeconds -= static_cast<double>(kBdtBehindGpsSeconds);
+    if (time.m_dSeconds < 0.0)
+    {
+        time.m_dSeconds += kSecondsPerWeek;
+        --time.m_uWeek;
+    }
 }
 
 uint32_t RoundToUnsigned(double value)

@@ -24,9 +24,10 @@ struct SCalendarTime
 };
 
 // Ionosphere and UTC parameters in the form the time conversions read.
+constexpr int16_t kUtcParamsFilled = 2;
 struct SUtcParams
 {
-    int16_t m_uStatus; // 2 when filled from a stored BIN94, else 0
+    int16_t m_uStatus; // kUtcParamsFilled once taken from a BIN94, else 0; signed by its design
     double m_dAlpha0, m_dAlpha1, m_dAlpha2, m_dAlpha3;
     double m_dBeta0, m_dBeta1, m_dBeta2, m_dBeta3;
     double m_dA0;    // seconds
@@ -41,13 +42,23 @@ struct SUtcParams
 
 constexpr double kSecondsPerWeek = 604800.0;
 
-// The run's current time, moved only by the epoch messages.
-extern GpsTime g_LogTime;
-// The run's UTC parameters, filled once from the stored BIN94.
-extern SUtcParams g_UtcParams;
+// BeiDou time (BDT) runs this many whole seconds behind GPS time, and counts
+// its weeks from GPS week 1356.
+constexpr uint32_t kBdtBehindGpsSeconds = 14;
+constexpr uint32_t kBdtFirstGpsWeek = 1356;
 
-void GetLogTime(GpsTime& time);
-void SetLogTime(double seconds, uint32_t week);
+// The run's current time, moved only by the epoch messages. Week 0 while no
+// epoch message has set it.
+class CLogTime
+{
+public:
+    void GetLogTime(GpsTime& time) const { time = m_time; }
+    const GpsTime& Now() const { return m_time; }
+    void SetLogTime(double seconds, uint32_t week) { m_time = GpsTime{week, seconds}; }
+
+private:
+    GpsTime m_time{};
+};
 
 // Fills `calendar`; `time` is first brought into the range of a week in place,
 // so the caller's value can change. Dates follow the Gregorian calendar for
@@ -55,8 +66,16 @@ void SetLogTime(double seconds, uint32_t week);
 void GpsToCalendar(GpsTime& time, SCalendarTime& calendar);
 // The same for `time` plus `offset` seconds, leaving `time` alone.
 void GpsPlusToCalendar(const GpsTime& time, SCalendarTime& calendar, double offset);
-// GPS time minus UTC at `time` in seconds, or 0.0 while g_UtcParams is empty.
-double GpsUtcOffset(const GpsTime& time);
+// GPS time minus UTC at `time` in seconds, or 0.0 while `utc` is empty.
+double GpsUtcOffset(const GpsTime& time, const SUtcParams& utc);
+// The week of a reference time (`referenceSeconds`, seconds of week) of data
+// sent in `week` at `dataSeconds`: that week, or the one next to it when the
+// reference lies more than half a week from the time the data were sent.
+uint16_t WeekOfReference(uint16_t week, double referenceSeconds, double dataSeconds);
+
+// Moves a GPS time to BDT in place. The week stays a GPS week number.
+void GpsToBdt(GpsTime& time);
+
 // `value` + 0.5 truncated to unsigned 32 bits; values that don't fit are held
 // at 0 or at the largest unsigned 32-bit value.
 uint32_t RoundToUnsigned(double value);

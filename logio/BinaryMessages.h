@@ -50,7 +50,6 @@ constexpr uint32_t kBin36SecondsOffset = 8;
 constexpr uint32_t kBin35ChannelOffset = 10;
 
 // BIN94: ionosphere (four alphas, four betas) and UTC parameters.
-constexpr uint32_t kBin94FilledOffset = 4; // bytes 4 to 7 not zero: a copy is stored
 constexpr uint32_t kBin94Alpha0 = 8;       // four doubles
 constexpr uint32_t kBin94Beta0 = 40;       // four doubles
 constexpr uint32_t kBin94A0 = 72;
@@ -61,19 +60,3 @@ constexpr uint32_t kBin94WnLsf = 94;
 constexpr uint32_t kBin94Dn = 96;
 constexpr uint32_t kBin94DtLs = 98;
 constexpr uint32_t kBin94DtLsf = 100;
-
-// The last accepted copy of each message that is only stored: overwritten
-// whole by every accepted message of its number, zero until the first.
-struct SStoredMessages
-{
-    SBinaryMsg94 m_Bin94;
-    SBinaryMsg34 m_Bin34;
-    SBinaryMsg101 m_Bin101;
-    SBinaryMsg102 m_Bin102;
-    SBinaryMsg103 m_Bin103;
-    SBinaryMsg104 m_Bin104;
-    SBinaryMsg80 m_Bin80;
-    SBinaryMsg62 m_Bin62;
-};
-
-extern SStoredMessages g_StoredMessages;

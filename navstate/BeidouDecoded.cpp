@@ -34,11 +34,7 @@ static_assert(std::bit_cast<uint64_t>(kFactorHarmonic) == 0x3E0000000000024Bull)
 static_assert(std::bit_cast<uint64_t>(kFactorTgd) == 0x3DDB7CDFD9D7BDBCull);
 static_assert(std::bit_cast<uint64_t>(kOmega0BdtToGps) == 0x3F50B9F2D72CDFF8ull);
 
-// BDT runs 14 seconds behind GPS time and counts its weeks from GPS week 1356.
-constexpr uint32_t kBdtToGpsSeconds = 14;
-constexpr uint32_t kBdtToGpsWeeks = 1356;
-constexpr uint32_t kWeekSeconds = 604800;
-constexpr int64_t kHalfWeekSeconds = 302400;
+constexpr uint32_t kWeekSeconds = static_cast<uint32_t>(kSecondsPerWeek);
 // toc and toe are broadcast in units of 8 seconds.
 constexpr uint32_t kReferenceTimeUnit = 8;
 // The group delays are two signed 10-bit fields of one word.
@@ -74,45 +70,20 @@ double Unsigned(const SBeidouDecoded& block, uint32_t word)
 // A broadcast reference time (units of 8 s of BDT) as GPS seconds of week.
 uint32_t GpsSecondsOf(uint32_t broadcast)
 {
-    uint32_t seconds = broadcast * kReferenceTimeUnit + kBdtToGpsSeconds;
+    uint32_t seconds = broadcast * kReferenceTimeUnit + kBdtBehindGpsSeconds;
     if (seconds >= kWeekSeconds)
         seconds -= kWeekSeconds;
     return seconds;
 }
-
-// The week of a reference time: the data's week, or the one next to it when
-// the reference lies more than half a week from the time the data were sent.
-uint16_t WeekOfReference(uint16_t week, uint32_t referenceSeconds, uint32_t sow)
-{
-    const int64_t apart = static_cast<int64_t>(referenceSeconds) - static_cast<int64_t>(sow);
-    if (apart > kHalfWeekSeconds)
-        return static_cast<uint16_t>(week - 1);
-    if (apart < -kHalfWeekSeconds)
-        return static_cast<uint16_t>(week + 1);
-    return week;
-}
 } // namespace
-
-SBeidouChannelEph* g_paBIN_BeidouEph = nullptr;
-
-bool AllocateBeidouEphTable()
-{
-    // Held for the whole run and never freed.
-    if (g_paBIN_BeidouEph == nullptr)
-        g_paBIN_BeidouEph = static_cast<SBeidouChannelEph*>(std::calloc(kBeidouChannels, sizeof(SBeidouChannelEph)));
-    if (g_paBIN_BeidouEph == nullptr)
-        return false;
-    std::memset(g_paBIN_BeidouEph, 0, kBeidouChannels * sizeof(SBeidouChannelEph));
-    return true;
-}
 
 uint32_t CBeidouSubFrame::StoreDecoded(const SBeidouDecoded& block, uint32_t satellite)
 {
     // Newness is judged per channel; the record goes to the satellite's row.
-    // Without the table, or for a number without a row, there is nothing to do.
-    if (g_paBIN_BeidouEph == nullptr || m_uChannel >= kBeidouChannels || satellite == 0 || satellite > kBeidouRows)
+    // Without the tables, or for a number without a row, there is nothing to do.
+    if (m_pAccepted == nullptr || m_pTable == nullptr || satellite == 0 || satellite > kBeidouRows)
         return 0;
-    SBeidouChannelEph& element = g_paBIN_BeidouEph[m_uChannel];
+    SBeidouChannelEph& element = *m_pAccepted;
 
     bool differs = false;
     for (uint32_t i = eBdsSow + 1; i < kBeidouDecodedWords; ++i)
@@ -124,13 +95,13 @@ uint32_t CBeidouSubFrame::StoreDecoded(const SBeidouDecoded& block, uint32_t sat
         }
     }
     // The same data again are only taken up while the satellite has no record in use.
-    if (!differs && g_BeidouNavState.m_aEphemeris[satellite - 1].m_uStatus != kStatusEmpty)
+    if (!differs && m_pTable->m_aEphemeris[satellite - 1].m_uStatus != kStatusEmpty)
         return 0;
 
     element.m_uSatellite = static_cast<uint16_t>(satellite);
     element.m_uSow = block.m_auWord[eBdsSow];
     element.m_sDecoded = block;
-    ConvertDecoded(block, satellite, g_BeidouNavState);
+    ConvertDecoded(block, satellite, *m_pTable);
     return differs ? 1 : 0;
 }
 
@@ -173,7 +144,7 @@ void ConvertDecoded(const SBeidouDecoded& block, uint32_t satellite, CGpsNavStat
     e.m_dToe = static_cast<double>(toe);
     e.m_dToeBdt = static_cast<double>(w[eBdsToe] * kReferenceTimeUnit);
     e.m_dOmega0 = e.m_dOmega0Bdt + kOmega0BdtToGps;
-    e.m_uWeek = static_cast<uint16_t>(w[eBdsWn] + kBdtToGpsWeeks);
+    e.m_uWeek = static_cast<uint16_t>(w[eBdsWn] + kBdtFirstGpsWeek);
     e.m_uTocWeek = WeekOfReference(e.m_uWeek, toc, w[eBdsSow]);
     e.m_uToeWeek = WeekOfReference(e.m_uWeek, toe, w[eBdsSow]);
 

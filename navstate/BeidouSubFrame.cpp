@@ -2,11 +2,11 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <utility>
+#include <cstdlib>
+#include <cstring>
 
 #include "logio/BinaryMessages.h"
 #include "logio/ByteReader.h"
-#include "platform/Trace.h"
 
 namespace
 {
@@ -183,36 +183,45 @@ void ReadableWords(const uint32_t* pauStored, uint32_t* pauReadable)
         pauReadable[i] = Deinterleave(pauStored[i]);
 }
 
-template <size_t... I>
-constexpr std::array<CBeidouSubFrame, sizeof...(I)> MakeDecoders(std::index_sequence<I...>)
-{
-    return {CBeidouSubFrame(static_cast<uint32_t>(I))...};
-}
 } // namespace
 
-// Built before main, each knowing its channel; nothing is allocated for them.
-constinit std::array<CBeidouSubFrame, kBeidouChannels> g_aBeidouSubFrame =
-    MakeDecoders(std::make_index_sequence<kBeidouChannels>{});
+CBeidouDecoders::CBeidouDecoders(CGpsNavState& table) : m_Table(table)
+{
+    for (uint32_t channel = 0; channel < kBeidouChannels; ++channel)
+        m_aBeidouSubFrame[channel] = CBeidouSubFrame(channel);
+}
 
-CBeidouSubFrame* BeidouSubFrameOfChannel(uint32_t channel)
+CBeidouDecoders::~CBeidouDecoders()
+{
+    std::free(m_paBIN_BeidouEph);
+}
+
+bool CBeidouDecoders::AllocateBeidouEphTable()
+{
+    if (m_paBIN_BeidouEph == nullptr)
+        m_paBIN_BeidouEph = static_cast<SBeidouChannelEph*>(std::calloc(kBeidouChannels, sizeof(SBeidouChannelEph)));
+    if (m_paBIN_BeidouEph == nullptr)
+        return false;
+    std::memset(m_paBIN_BeidouEph, 0, kBeidouChannels * sizeof(SBeidouChannelEph));
+    for (uint32_t channel = 0; channel < kBeidouChannels; ++channel)
+        m_aBeidouSubFrame[channel].Bind(&m_paBIN_BeidouEph[channel], &m_Table);
+    return true;
+}
+
+CBeidouSubFrame* CBeidouDecoders::BeidouSubFrameOfChannel(uint32_t channel)
 {
     if (channel >= kBeidouChannels)
         return nullptr;
-    return &g_aBeidouSubFrame[channel];
+    return &m_aBeidouSubFrame[channel];
 }
 
-void ProcessBin35(const uint8_t* frame)
+void CBeidouDecoders::ProcessBin35(const uint8_t* frame)
 {
-    const uint32_t channel = ReadU16(frame, kBin35ChannelOffset);
-    CBeidouSubFrame* decoder = BeidouSubFrameOfChannel(channel);
-    if (decoder == nullptr)
-    {
-        // The receiver has no such channel: neither a decoder nor an element
-        // of g_paBIN_BeidouEph stands for it, so the message is let go.
-        TraceMsg("BIN35 channel %u ignored\n", channel);
-        return;
-    }
-    decoder->ProcessMsg35(frame);
+    // The receiver has no decoder for a channel of 20 or above, nor an
+    // element of the accepted blocks: such a message is let go.
+    CBeidouSubFrame* decoder = BeidouSubFrameOfChannel(ReadU16(frame, kBin35ChannelOffset));
+    if (decoder != nullptr)
+        decoder->ProcessMsg35(frame);
 }
 
 void CBeidouSubFrame::ProcessMsg35(const uint8_t* frame)
@@ -224,15 +233,11 @@ void CBeidouSubFrame::ProcessMsg35(const uint8_t* frame)
         // any other number could be neither compared nor stored, so it is let
         // go before it touches the channel.
         if (satellite == 0 || satellite > kBeidouRows)
-        {
-            TraceMsg("BIN35 satellite %u has no row\n", satellite);
             return;
-        }
         for (uint32_t i = 0; i < kBeidouDecodedWords; ++i)
             m_sDecoded.m_auWord[i] = ReadU32(frame, kBin35PayloadOffset + 4 * i);
         m_uPRN = satellite;
         StoreDecoded(m_sDecoded, satellite);
-        TraceMsg("Normal 35 %u %u\n", satellite, m_uChannel);
         return;
     }
 
@@ -244,7 +249,6 @@ void CBeidouSubFrame::ProcessMsg35(const uint8_t* frame)
             words[i] = ReadU32(frame, kBin35PayloadOffset + s * kBin35SubFrameBytes + 4 * i);
         AddRawSubFrame(rawSatellite, words);
     }
-    TraceMsg("BEIDOU_SF_CAPTURE_RAW 35\n");
 }
 
 void CBeidouSubFrame::AddRawSubFrame(uint32_t satellite, const uint32_t* pauWords)
@@ -357,10 +361,7 @@ void CBeidouSubFrame::D2_ProcessFrame1(C30BitFrameWord& reader)
         return;
 
     if (page == 0 || page > kD2LastPage)
-    {
-        TraceMsg("ERROR CBeidouSubFrame::D2_ProcessFrame1 %u\n", page);
         return;
-    }
     if (page == 1)
         m_sDecoded.m_auWord[eBdsSow] = m_sRawFrames.m_uFrameSow;
     TakeFields(kD2Fields, page, reader, m_sDecoded);

@@ -8,11 +8,11 @@
 // BeiDou navigation message intake (BIN35). A message brings either raw B1I
 // subframe words or the fields the receiver has already taken out of them;
 // both end as one decoded block of 26 words, which, when new, becomes an
-// SBeidouEphemeris in the pending table of g_BeidouNavState. The writer pass
-// that follows each BIN35 brings it into use.
+// SBeidouEphemeris in the pending table of the BeiDou navigation state. The
+// writer pass that follows each BIN35 brings it into use.
 
 // Receiver channels that carry BeiDou subframes: one decoder and one element
-// of g_paBIN_BeidouEph each.
+// of the table of accepted blocks each.
 constexpr uint32_t kBeidouChannels = 20;
 constexpr uint32_t kBeidouDecodedWords = 26;
 // Words of one subframe; three subframes per raw BIN35.
@@ -98,10 +98,20 @@ struct SBeidouRawFrames
 // The decoder of one receiver channel: joins D1 subframes 1 to 3, or gathers
 // the ten pages of D2 subframe 1 (the geostationary C01 to C05 and C59 to
 // C63), into m_sDecoded.
+struct SBeidouChannelEph;
+
 class CBeidouSubFrame
 {
 public:
     constexpr explicit CBeidouSubFrame(uint32_t channel = 0) : m_uChannel(channel) {}
+
+    // Where an accepted block is compared and kept, and the table its record
+    // goes to. Until then a block is dropped.
+    void Bind(SBeidouChannelEph* accepted, CGpsNavState* table)
+    {
+        m_pAccepted = accepted;
+        m_pTable = table;
+    }
 
     // Takes a whole BIN35 frame (140 bytes) received on this decoder's channel.
     void ProcessMsg35(const uint8_t* frame);
@@ -125,22 +135,13 @@ public:
     bool m_bPageRun = false;  // a run of pages from page 1 is going on
 
 private:
+    SBeidouChannelEph* m_pAccepted = nullptr; // what this channel last accepted
+    CGpsNavState* m_pTable = nullptr;        // the BeiDou table
     void D1_AddSubFrame(const uint32_t* pauStored);
     uint32_t D1_ProcessFrames();
     void D2_AddSubFrame(const uint32_t* pauStored);
     void D2_ProcessFrame1(C30BitFrameWord& reader);
 };
-
-// The decoders of the run, one per receiver channel, in their starting state
-// (frame state 0, no page run) before the first message.
-extern std::array<CBeidouSubFrame, kBeidouChannels> g_aBeidouSubFrame;
-
-// The decoder of a receiver channel, or null for a channel of 20 or above.
-CBeidouSubFrame* BeidouSubFrameOfChannel(uint32_t channel);
-
-// A BIN35 frame to the decoder of the channel it names. A channel without a
-// decoder (20 or above) has nothing to index: the message is ignored.
-void ProcessBin35(const uint8_t* frame);
 
 // What a channel last accepted: compared against in StoreDecoded.
 struct SBeidouChannelEph
@@ -150,13 +151,36 @@ struct SBeidouChannelEph
     SBeidouDecoded m_sDecoded;
 };
 
-// kBeidouChannels elements, indexed by channel; null until allocated.
-extern SBeidouChannelEph* g_paBIN_BeidouEph;
+// The BeiDou decoders of a run, one per receiver channel, in their starting
+// state (frame state 0, no page run), and the table of what each channel
+// last accepted; records go to `table`.
+class CBeidouDecoders
+{
+public:
+    explicit CBeidouDecoders(CGpsNavState& table);
+    ~CBeidouDecoders();
+    CBeidouDecoders(const CBeidouDecoders&) = delete;
+    CBeidouDecoders& operator=(const CBeidouDecoders&) = delete;
 
-// Allocates g_paBIN_BeidouEph once and zeroes it (again on later calls).
-// False when the memory can't be had.
-bool AllocateBeidouEphTable();
+    // Allocates m_paBIN_BeidouEph once and zeroes it (again on later calls).
+    // False when the memory can't be had.
+    bool AllocateBeidouEphTable();
 
-// Fills the pending row of `satellite` (1 to 35, row satellite - 1) of
+    // The decoder of a receiver channel, or null for a channel of 20 or above.
+    CBeidouSubFrame* BeidouSubFrameOfChannel(uint32_t channel);
+
+    // A BIN35 frame to the decoder of the channel it names. A channel without
+    // a decoder (20 or above) has nothing to index: the message is ignored.
+    void ProcessBin35(const uint8_t* frame);
+
+    std::array<CBeidouSubFrame, kBeidouChannels> m_aBeidouSubFrame;
+    // kBeidouChannels elements, indexed by channel; null until allocated.
+    SBeidouChannelEph* m_paBIN_BeidouEph = nullptr;
+
+private:
+    CGpsNavState& m_Table;
+};
+
+// Fills the pending row of `satellite` (1 to the table's rows, row satellite - 1) of
 // `navState` from `block`; any other number has no row and changes nothing.
 void ConvertDecoded(const SBeidouDecoded& block, uint32_t satellite, CGpsNavState& navState);

@@ -2,7 +2,6 @@
 #include <cstdint>
 
 #include "navstate/BeidouSubFrame.h"
-#include "platform/Trace.h"
 
 namespace
 {
@@ -45,7 +44,6 @@ uint32_t C30BitFrameWord::GetUWord(uint32_t start, uint32_t width)
     if (d >= dataBits)
     {
         // A start in the parity bits: no field of the message begins there.
-        TraceMsg("ERROR C30BitFrameWord::GetUWord %u %u\n", start, width);
         m_uBitPos = start + width;
         return 0;
     }

@@ -24,8 +24,7 @@ void CGpsNavState::UpdateElevation(uint32_t prn, bool fresh)
         return;
     const uint32_t internal = row + 1;
 
-    GpsTime log{};
-    GetLogTime(log);
+    GpsTime log = m_LogTime.Now();
     if (fresh)
         ComputeSatState(internal, &log);
 
@@ -35,12 +34,12 @@ void CGpsNavState::UpdateElevation(uint32_t prn, bool fresh)
 
     const double satXyz[3] = {sat.m_dX, sat.m_dY, sat.m_dZ};
     double d[3];
-    VectorDifference(d, satXyz, g_NavState.m_adXyz);
+    VectorDifference(d, satXyz, m_Receiver.m_adXyz);
     if (VectorLength(d[0], d[1], d[2]) < kMinElevationRange)
         return;
 
     double neu[3];
-    RotateVector(d, g_NavState.m_adNeuMatrix, neu);
+    RotateVector(d, m_Receiver.m_adNeuMatrix, neu);
     const double elevation = std::atan2(neu[2], VectorLength(neu[0], neu[1], 0.0));
     double azimuth = std::atan2(neu[1], neu[0]);
     if (azimuth < 0.0)

@@ -12,8 +12,10 @@
 #include "gnsstime/GlonassDays.h"
 #include "gnsstime/GpsTime.h"
 #include "logio/BinaryMessages.h"
+#include "logio/BitReader.h"
 #include "logio/ByteReader.h"
 #include "navstate/GlonassFrequencies.h"
+#include "navstate/UtcState.h"
 
 namespace
 {
@@ -78,14 +80,6 @@ static_assert(std::bit_cast<uint64_t>(kWeeksPerSecond) == 0x3EBBBD779334EF0Bull,
 uint32_t StringWord(const uint8_t* frame, uint32_t string, uint32_t word)
 {
     return ReadU32(frame, kBin65StringsOffset + ((string - 1) * kWordsPerString + word) * kBytesPerWord);
-}
-
-// Bits `high` down to `low` of a word.
-uint32_t Bits(uint32_t word, uint32_t high, uint32_t low)
-{
-    const uint32_t width = high - low + 1;
-    const uint32_t mask = width >= 32 ? 0xFFFFFFFFu : (1u << width) - 1u;
-    return (word >> low) & mask;
 }
 
 // A field whose high bits end one word and whose `lowWidth` low bits start
@@ -194,13 +188,14 @@ bool SameStrings(const uint8_t* cached, const uint8_t* frame)
 }
 
 // GPS week and seconds of week of the GLONASS time `t` (seconds of the
-// Moscow day) on day `nt` of four-year interval `n4`. False when GPS minus
-// UTC isn't known well enough to trust the result.
+// Moscow day) on day `nt` of four-year interval `n4`, with GPS minus UTC
+// `gpsMinusUtc` (0 while unknown). False when that isn't known well enough to
+// trust the result.
 //
 // The day arithmetic is unsigned 32-bit, so an N4 or NT of 0 wraps to a
 // date far off instead of misbehaving; the record is still kept like any
 // other if its orbit passes.
-bool GlonassTimeToGps(uint32_t n4, uint32_t nt, double t, uint32_t& week, double& seconds)
+bool GlonassTimeToGps(uint32_t n4, uint32_t nt, double t, double gpsMinusUtc, uint32_t& week, double& seconds)
 {
     // Moscow time to UTC: the first three hours of a Moscow day belong to
     // the UTC day before, which can lie in the interval before.
@@ -213,7 +208,7 @@ bool GlonassTimeToGps(uint32_t n4, uint32_t nt, double t, uint32_t& week, double
     double total = static_cast<double>(days * kSecondsPerDay);
     total += t;
 
-    double leapSeconds = GpsUtcOffset(g_LogTime);
+    double leapSeconds = gpsMinusUtc;
     if (leapSeconds == 0.0)
         leapSeconds = kDefaultLeapSeconds;
     const bool trusted = leapSeconds > kLeastLeapSeconds;
@@ -244,8 +239,9 @@ void CGlonassNavState::OnBin65(const uint8_t* frame)
 
     SGlonassEphemeris record{};
     DecodeStrings(frame, record);
-    const bool timeKnown = GlonassTimeToGps(record.m_uN4, record.m_uNt, record.m_uTbMinutes * kSecondsPerMinute,
-                                            record.m_uGpsWeek, record.m_dGpsSeconds);
+    const bool timeKnown =
+        GlonassTimeToGps(record.m_uN4, record.m_uNt, record.m_uTbMinutes * kSecondsPerMinute,
+                         GpsUtcOffset(m_LogTime.Now(), m_Utc.m_UtcParams), record.m_uGpsWeek, record.m_dGpsSeconds);
     record.m_uStatus = kStatusStored;
     if (!timeKnown)
         return;
@@ -271,5 +267,5 @@ void CGlonassNavState::OnBin65(const uint8_t* frame)
     UpdateEphemerisAge(satellite);
     UpdateElevation(satellite, true);
     // The channel goes with the message's slot, not with n of string 4.
-    SetGlonassSlotChannel(satellite, static_cast<int16_t>(ReadU8(frame, kBin65ChannelCodeOffset)));
+    m_Frequencies.SetGlonassSlotChannel(satellite, static_cast<int16_t>(ReadU8(frame, kBin65ChannelCodeOffset)));
 }

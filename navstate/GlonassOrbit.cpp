@@ -159,8 +159,7 @@ void CGlonassNavState::ComputeSatState(uint32_t slot, const GpsTime* time)
 {
     if (slot < 1 || slot > kGlonassSlots)
         return;
-    GpsTime log{};
-    GetLogTime(log);
+    const GpsTime& log = m_LogTime.Now();
     if (log.m_uWeek == 0)
         return;
     const GpsTime when = time != nullptr ? *time : log;

@@ -9,6 +9,7 @@
 #include <type_traits>
 
 #include "logio/BinaryMessages.h"
+#include "logio/BitReader.h"
 #include "logio/ByteReader.h"
 
 namespace
@@ -35,7 +36,6 @@ constexpr uint32_t kWeekSecondRollover = 2048;
 constexpr uint32_t kWeekLowest = 1737;
 // A reference time further than half a week from the data time belongs to
 // the neighbouring week.
-constexpr double kHalfWeekSeconds = 302400.0;
 
 // Plausibility of a decoded orbit, both limits strict.
 constexpr double kMinSqrtA = 3000.0;
@@ -99,14 +99,6 @@ uint32_t SubframeWord(const uint8_t* frame, uint32_t subframe, uint32_t word)
     return ReadU32(frame, kBin95SubframeOffset[subframe - 1] + (word - 1) * kBytesPerWord);
 }
 
-// Bits `high` down to `low` of a word, as an unsigned number.
-uint32_t Bits(uint32_t word, uint32_t high, uint32_t low)
-{
-    const uint32_t width = high - low + 1;
-    const uint32_t mask = width >= 32 ? 0xFFFFFFFFu : (1u << width) - 1u;
-    return (word >> low) & mask;
-}
-
 // Bits 29-6 of a word: the 24 data bits.
 uint32_t DataBits(uint32_t word)
 {
@@ -133,17 +125,6 @@ int64_t Signed(uint32_t bits, uint32_t width)
 double Scaled(int64_t value, double factor)
 {
     return static_cast<double>(value) * factor;
-}
-
-// Week of a reference time `ref` (seconds of week) against the data time `t`.
-uint16_t ReferenceWeek(uint16_t week, double ref, double t)
-{
-    const double diff = ref - t;
-    if (diff > kHalfWeekSeconds)
-        return static_cast<uint16_t>(week - 1);
-    if (diff < -kHalfWeekSeconds)
-        return static_cast<uint16_t>(week + 1);
-    return week;
 }
 
 // Fills the record from subframes 1 to 3 and gives back the 10-bit week
@@ -263,8 +244,8 @@ void CGpsNavState::OnBin95(const uint8_t* frame)
 
     const uint32_t tow6 = ReadU32(frame, kBin95Tow6Offset);
     const double t = static_cast<double>(tow6) * static_cast<double>(kSecondsPerTow6);
-    record.m_uTocWeek = ReferenceWeek(record.m_uWeek, record.m_dToc, t);
-    record.m_uToeWeek = ReferenceWeek(record.m_uWeek, record.m_dToe, t);
+    record.m_uTocWeek = WeekOfReference(record.m_uWeek, record.m_dToc, t);
+    record.m_uToeWeek = WeekOfReference(record.m_uWeek, record.m_dToe, t);
     record.m_uStatus = kStatusStored;
 
     // Health plays no part here: an unhealthy satellite's record is kept and

@@ -169,8 +169,7 @@ void CGpsNavState::ComputeSatState(uint32_t prn, const GpsTime* time)
     if (!RowOfPRN(prn, row))
         return;
 
-    GpsTime log{};
-    GetLogTime(log);
+    const GpsTime& log = m_LogTime.Now();
     if (log.m_uWeek == 0)
         return;
     const GpsTime when = time != nullptr ? *time : log;

@@ -5,10 +5,8 @@
 #include <cstring>
 #include <numbers>
 
-#include "driver/RunOptions.h"
 #include "gnsstime/GpsTime.h"
 #include "navstate/Geodesy.h"
-#include "platform/Trace.h"
 
 namespace
 {
@@ -64,12 +62,14 @@ int32_t GlonassRow(uint32_t slot)
 // ---------------------------------------------------------------------------
 // CGpsNavState
 
-CGpsNavState::CGpsNavState() : CGpsNavState(kFixedRows, kExtendedRows)
+CGpsNavState::CGpsNavState(const CLogTime& logTime, const CNavState& receiver)
+    : CGpsNavState(logTime, receiver, kFixedRows, kExtendedRows)
 {
 }
 
-CGpsNavState::CGpsNavState(uint32_t fixedRows, uint32_t extendedRows)
-    : m_uFixedRows(fixedRows), m_uRows(fixedRows + extendedRows)
+CGpsNavState::CGpsNavState(const CLogTime& logTime, const CNavState& receiver, uint32_t fixedRows,
+                           uint32_t extendedRows)
+    : m_uFixedRows(fixedRows), m_uRows(fixedRows + extendedRows), m_LogTime(logTime), m_Receiver(receiver)
 {
     std::memset(m_aEphemeris, 0, sizeof(m_aEphemeris));
     std::memset(m_aPendingEphemeris, 0, sizeof(m_aPendingEphemeris));
@@ -166,11 +166,7 @@ uint32_t CGpsNavState::InternalPRNFromTruePRN(uint32_t prn)
     if (prn <= static_cast<uint32_t>(INT32_MAX))
         row = SatIndexFromPRN(static_cast<int32_t>(prn));
     if (row < 0 || row >= static_cast<int32_t>(m_uRows))
-    {
-        if (prn != 0)
-            TraceMsg("InternalPRNFromTruePRN FAILED %d\n", static_cast<int32_t>(prn));
         return 0;
-    }
     return static_cast<uint32_t>(row) + 1;
 }
 
@@ -178,10 +174,7 @@ const SGpsEphemeris* CGpsNavState::GetStructAlways(uint32_t prn, uint32_t* pTxTi
 {
     const int32_t row = static_cast<int32_t>(InternalPRNFromTruePRN(prn)) - 1;
     if (row < 0 || row >= static_cast<int32_t>(m_uRows))
-    {
-        TraceMsg("GetStructAlways INVALID SAT INDEX %d\n", row);
         return nullptr;
-    }
     const SGpsEphemeris& record = m_aEphemeris[row];
     if (!HoldsRecord(record.m_uStatus))
         return nullptr;
@@ -197,8 +190,7 @@ void CGpsNavState::UpdateEphemerisAge(uint32_t prn)
         return; // callers pass numbers with a row; nothing to evaluate otherwise
 
     SGpsEphemeris& record = m_aEphemeris[row];
-    GpsTime log{};
-    GetLogTime(log);
+    const GpsTime& log = m_LogTime.Now();
     if (!HoldsRecord(record.m_uStatus) || log.m_uWeek == 0)
         return;
 
@@ -216,10 +208,7 @@ bool CGpsNavState::ActivateEphemeris(uint32_t prn)
 {
     const int32_t row = static_cast<int32_t>(InternalPRNFromTruePRN(prn)) - 1;
     if (row < 0 || row >= static_cast<int32_t>(m_uRows))
-    {
-        TraceMsg("INVALID SAT INDEX %d\n", row);
         return false;
-    }
 
     SGpsEphemeris& pending = m_aPendingEphemeris[row];
     SGpsEphemeris& current = m_aEphemeris[row];
@@ -239,7 +228,8 @@ bool CGpsNavState::ActivateEphemeris(uint32_t prn)
 // ---------------------------------------------------------------------------
 // CBeidouNavState
 
-CBeidouNavState::CBeidouNavState() : CGpsNavState(kBeidouRows, 0)
+CBeidouNavState::CBeidouNavState(const CLogTime& logTime, const CNavState& receiver)
+    : CGpsNavState(logTime, receiver, kBeidouRows, 0)
 {
 }
 
@@ -253,7 +243,9 @@ int32_t CBeidouNavState::SatIndexFromPRN(int32_t prn)
 // ---------------------------------------------------------------------------
 // CGlonassNavState
 
-CGlonassNavState::CGlonassNavState()
+CGlonassNavState::CGlonassNavState(const CLogTime& logTime, const CNavState& receiver, const CUtcState& utc,
+                                   CGlonassFrequencies& frequencies)
+    : CGpsNavState(logTime, receiver), m_Utc(utc), m_Frequencies(frequencies)
 {
     std::memset(m_aGloEphemeris, 0, sizeof(m_aGloEphemeris));
     std::memset(m_aGloPendingEphemeris, 0, sizeof(m_aGloPendingEphemeris));
@@ -277,10 +269,7 @@ const SGlonassEphemeris* CGlonassNavState::GetStructAlways(uint32_t slot, uint32
 {
     const int32_t row = GlonassRow(slot);
     if (row < 0)
-    {
-        TraceMsg("GetStructAlways INVALID GLONASS SAT INDEX %d\n", static_cast<int32_t>(slot - 1u));
         return nullptr;
-    }
     const SGlonassEphemeris& record = m_aGloEphemeris[row];
     if (!HoldsRecord(record.m_uStatus))
         return nullptr;
@@ -293,14 +282,10 @@ void CGlonassNavState::UpdateEphemerisAge(uint32_t slot)
 {
     const int32_t row = GlonassRow(slot);
     if (row < 0)
-    {
-        TraceMsg("INVALID GLONASS SAT INDEX %d\n", static_cast<int32_t>(slot - 1u));
         return;
-    }
 
     SGlonassEphemeris& record = m_aGloEphemeris[row];
-    GpsTime log{};
-    GetLogTime(log);
+    const GpsTime& log = m_LogTime.Now();
     if (!HoldsRecord(record.m_uStatus) || log.m_uWeek == 0)
         return;
 
@@ -312,10 +297,7 @@ bool CGlonassNavState::ActivateEphemeris(uint32_t slot)
 {
     const int32_t row = GlonassRow(slot);
     if (row < 0)
-    {
-        TraceMsg("INVALID GLONASS SAT INDEX %d\n", static_cast<int32_t>(slot - 1u));
         return false;
-    }
 
     SGlonassEphemeris& pending = m_aGloPendingEphemeris[row];
     SGlonassEphemeris& current = m_aGloEphemeris[row];
@@ -346,30 +328,17 @@ constexpr double kDefaultLongitude = 0.0 * kRadiansPerDegree;
 constexpr double kDefaultHeight = 46.0;
 } // namespace
 
-void CNavState::Init()
+void CNavState::Init(bool haveLocation, const double llh[3])
 {
     m_adLlh[0] = kDefaultLatitude;
     m_adLlh[1] = kDefaultLongitude;
     m_adLlh[2] = kDefaultHeight;
-    if (RunOptions.m_bHaveLocation)
+    if (haveLocation)
     {
-        m_adLlh[0] = RunOptions.m_aLocationLlh[0];
-        m_adLlh[1] = RunOptions.m_aLocationLlh[1];
-        m_adLlh[2] = RunOptions.m_aLocationLlh[2];
+        m_adLlh[0] = llh[0];
+        m_adLlh[1] = llh[1];
+        m_adLlh[2] = llh[2];
     }
-
     LlhToEcef(m_adLlh, m_adXyz);
-    TraceMsg("CNavState::Init %lf %lf %lf %lf %lf %lf\n", m_adLlh[0], m_adLlh[1], m_adLlh[2], m_adXyz[0],
-             m_adXyz[1], m_adXyz[2]);
     EcefToNeuMatrix(m_adXyz, m_adNeuMatrix);
-    TraceMsg("CNavState::Init %lf %lf %lf\n", m_adNeuMatrix[6], m_adNeuMatrix[7], m_adNeuMatrix[8]);
 }
-
-// ---------------------------------------------------------------------------
-// The run-wide navigation state. Defined here, in this order, so that within
-// this file they are built GPS, BeiDou, GLONASS, then the receiver's place.
-
-CGpsNavState g_GpsNavState;
-CBeidouNavState g_BeidouNavState;
-CGlonassNavState g_GlonassNavState;
-CNavState g_NavState;

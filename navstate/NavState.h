@@ -2,7 +2,10 @@
 
 #include <cstdint>
 
+#include "gnsstime/GpsTime.h"
 #include "navstate/NavRecords.h"
+
+struct CNavState;
 
 // Rows of the GPS table (and of the GLONASS table, whose slots take the
 // first 24): 0 to 31 are the numbers 1 to 32 for good; 32 to 34 are given
@@ -33,8 +36,9 @@ constexpr uint16_t kStatusUnhealthy = 8;
 class CGpsNavState
 {
 public:
-    // The GPS table: rows of their own for 1 to 32, three extended rows.
-    CGpsNavState();
+    // The GPS table: rows of their own for 1 to 32, three extended rows. Ages
+    // are taken at `logTime`, elevations from `receiver`.
+    CGpsNavState(const CLogTime& logTime, const CNavState& receiver);
     virtual ~CGpsNavState();
     CGpsNavState(const CGpsNavState&) = delete;
     CGpsNavState& operator=(const CGpsNavState&) = delete;
@@ -87,7 +91,10 @@ public:
 protected:
     // A table of `fixedRows` rows of their own and `extendedRows` shared
     // ones: at most kExtendedRows of these, and kMaxSatRows in all.
-    CGpsNavState(uint32_t fixedRows, uint32_t extendedRows);
+    CGpsNavState(const CLogTime& logTime, const CNavState& receiver, uint32_t fixedRows, uint32_t extendedRows);
+
+    const CLogTime& m_LogTime;
+    const CNavState& m_Receiver;
 };
 
 // The BeiDou table: a BeiDou record has the layout of a GPS record, and the
@@ -96,7 +103,7 @@ protected:
 class CBeidouNavState : public CGpsNavState
 {
 public:
-    CBeidouNavState();
+    CBeidouNavState(const CLogTime& logTime, const CNavState& receiver);
 
     // Numbers 1 to 63 are their rows; any other number has none.
     int32_t SatIndexFromPRN(int32_t prn) override;
@@ -106,11 +113,17 @@ public:
 // those of a new one: 0 when they are alike, else not 0.
 int CompareBin95(const uint8_t* cached, const uint8_t* message);
 
-// The GLONASS table: the inherited row tables serve the slots 1 to 24.
+class CUtcState;
+class CGlonassFrequencies;
+
+// The GLONASS table: the inherited row tables serve the slots 1 to 24. Its
+// records are timed with the run's UTC state, and a slot's first record sets
+// the slot's carrier in `frequencies`.
 class CGlonassNavState : public CGpsNavState
 {
 public:
-    CGlonassNavState();
+    CGlonassNavState(const CLogTime& logTime, const CNavState& receiver, const CUtcState& utc,
+                     CGlonassFrequencies& frequencies);
     ~CGlonassNavState() override;
 
     int32_t SatIndexFromPRN(int32_t prn) override;
@@ -127,6 +140,10 @@ public:
     SGlonassEphemeris m_aGloEphemeris[kSatRows];
     SGlonassEphemeris m_aGloPendingEphemeris[kSatRows];
     uint8_t (*m_pGloMessageCache)[80]; // last BIN65 of each row
+
+private:
+    const CUtcState& m_Utc;
+    CGlonassFrequencies& m_Frequencies;
 };
 
 // Where the receiver stands.
@@ -136,12 +153,7 @@ struct CNavState
     double m_adLlh[3];        // latitude, longitude in radians; height in metres
     double m_adNeuMatrix[9];  // ECEF to north, east, up, by rows
 
-    // Takes the location of the run, or the default place without one.
-    void Init();
+    // Takes the run's location (`llh`: latitude and longitude in radians,
+    // height in metres), or the default place without one.
+    void Init(bool haveLocation, const double llh[3]);
 };
-
-// The run-wide navigation state, built in this order before main begins.
-extern CGpsNavState g_GpsNavState;
-extern CBeidouNavState g_BeidouNavState;
-extern CGlonassNavState g_GlonassNavState;
-extern CNavState g_NavState;

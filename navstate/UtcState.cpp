@@ -2,18 +2,15 @@
 
 #include <climits>
 #include <cmath>
+#include <cstring>
 
 #include "gnsstime/GpsTime.h"
 #include "logio/BinaryMessages.h"
 #include "logio/ByteReader.h"
 
-int32_t g_iGpsLeapSeconds = 0;
-int32_t g_iBeidouLeapSeconds = 0;
-
 namespace
 {
-constexpr int16_t kUtcParamsFilled = 2;
-constexpr int32_t kBeidouBehindGps = 14; // BDT = GPS time - 14 s
+constexpr int32_t kBeidouBehindGps = static_cast<int32_t>(kBdtBehindGpsSeconds);
 
 // `value` truncated toward zero, held inside the signed 32-bit range; 0 for
 // NaN. Only UTC parameters far beyond any broadcast value get near the limits.
@@ -29,9 +26,32 @@ int32_t TruncateToInt32(double value)
 }
 } // namespace
 
-void TakeUtcParams(const uint8_t* msg)
+void CUtcState::StoreBin94(const uint8_t* frame)
 {
-    SUtcParams& utc = g_UtcParams;
+    std::memcpy(m_Bin94.m_aFrame, frame, sizeof(m_Bin94.m_aFrame));
+}
+
+void CUtcState::StoreBin34(const uint8_t* frame)
+{
+    std::memcpy(m_Bin34.m_aFrame, frame, sizeof(m_Bin34.m_aFrame));
+}
+
+// A stored copy has its number and length in bytes 4 to 7; a copy never
+// stored is all zero.
+bool CUtcState::Bin94Stored() const
+{
+    return ReadU32(m_Bin94.m_aFrame, kBinNumberOffset) != 0;
+}
+
+bool CUtcState::Bin34Stored() const
+{
+    return ReadU32(m_Bin34.m_aFrame, kBinNumberOffset) != 0;
+}
+
+void CUtcState::TakeUtcParams()
+{
+    const uint8_t* msg = m_Bin94.m_aFrame;
+    SUtcParams& utc = m_UtcParams;
     utc.m_uStatus = kUtcParamsFilled;
     utc.m_dAlpha0 = ReadDouble(msg, kBin94Alpha0);
     utc.m_dAlpha1 = ReadDouble(msg, kBin94Alpha0 + 8);
@@ -52,11 +72,10 @@ void TakeUtcParams(const uint8_t* msg)
 
     // With the log time still unset (ephemerides ahead of the first
     // observation) the message's own count is all there is.
-    GpsTime now{};
-    GetLogTime(now);
-    const int32_t leapSeconds = now.m_uWeek != 0 ? TruncateToInt32(GpsUtcOffset(now) + 0.5) : utc.m_iDtLs;
-    g_iGpsLeapSeconds = leapSeconds;
+    const GpsTime& now = m_LogTime.Now();
+    const int32_t leapSeconds = now.m_uWeek != 0 ? TruncateToInt32(GpsUtcOffset(now, utc) + 0.5) : utc.m_iDtLs;
+    m_iGpsLeapSeconds = leapSeconds;
     // A damaged offset, held at the bottom of the range, stays there rather
     // than wrapping round to the top.
-    g_iBeidouLeapSeconds = leapSeconds >= INT32_MIN + kBeidouBehindGps ? leapSeconds - kBeidouBehindGps : INT32_MIN;
+    m_iBeidouLeapSeconds = leapSeconds >= INT32_MIN + kBeidouBehindGps ? leapSeconds - kBeidouBehindGps : INT32_MIN;
 }

@@ -34,7 +34,7 @@ uint32_t PacketField(const uint8_t* frame, uint32_t shift)
 }
 } // namespace
 
-void DecodeBin36Slot(SObsSlot& slot, const uint8_t* frame)
+void DecodeBin36Slot(SObsSlot& slot, const uint8_t* frame, CBeidouNavState& beidou, const SMaskRule& mask)
 {
     // Only the message's 20 channels and the three bands exist.
     const uint32_t n = slot.m_uChannel;
@@ -44,7 +44,7 @@ void DecodeBin36Slot(SObsSlot& slot, const uint8_t* frame)
 
     const uint32_t record = kRecordsOffset + kRecordSize * n;
     const SPackedRecord words = ReadPackedRecord(frame, kChannelWordsOffset + kWordSize * n, record);
-    const uint32_t prn = words.IsEmpty() ? 0 : PrnWithRow(g_BeidouNavState, words.Prn(), kBeidouRows);
+    const uint32_t prn = words.IsEmpty() ? 0 : PrnWithRow(beidou, words.Prn(), kBeidouRows);
 
     // A different satellite in the channel restarts its slip memory.
     const bool fresh = prn != slot.m_uPRN;
@@ -64,12 +64,12 @@ void DecodeBin36Slot(SObsSlot& slot, const uint8_t* frame)
 
     // Every observation re-evaluates its satellite's ephemeris, which is how a
     // record that arrived since the last epoch comes into use.
-    KeepSatelliteUp(g_BeidouNavState, prn, slot);
+    KeepSatelliteUp(beidou, prn, slot, mask);
 }
 
-void OnBin36(const uint8_t* frame)
+void OnBin36(const uint8_t* frame, SObsIntake& intake)
 {
-    FlushIfEpochChanged();
+    intake.m_Assembly.FlushIfEpochChanged();
     const uint32_t band = PacketField(frame, kBandShift);
     if (band >= kBdsSlotBands)
         return;
@@ -81,7 +81,8 @@ void OnBin36(const uint8_t* frame)
     const bool lastPacket = count != 0 && index == count - 1;
     for (uint32_t n = 0; n < kBin36Channels; ++n)
     {
-        DecodeBin36Slot(g_aSlotBds[band][n], frame);
-        AddBdsSlot(g_aSlotBds[band][n], lastPacket, band);
+        SObsSlot& slot = intake.m_Slots.m_aSlotBds[band][n];
+        DecodeBin36Slot(slot, frame, intake.m_Beidou, intake.m_Mask);
+        intake.m_Assembly.AddBdsSlot(slot, lastPacket, band);
     }
 }

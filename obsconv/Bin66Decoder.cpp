@@ -17,12 +17,13 @@ constexpr uint32_t kL1RecordsOffset = 24;
 constexpr uint32_t kL2RecordsOffset = 168;
 constexpr uint32_t kChannelWordsOffset = 312;
 
-// Columns of g_aGlonassWavelength.
+// Columns of the wavelength table.
 constexpr uint32_t kWavelengthL1 = 0;
 constexpr uint32_t kWavelengthL2 = 1;
 } // namespace
 
-void DecodeBin66Slot(SObsSlot& slot, const uint8_t* frame)
+void DecodeBin66Slot(SObsSlot& slot, const uint8_t* frame, CGlonassNavState& glonass,
+                     const CGlonassFrequencies& frequencies, const SMaskRule& mask)
 {
     // Only the message's 12 channels exist, and only GLONASS L1 and L2 live here.
     const uint32_t n = slot.m_uChannel;
@@ -38,7 +39,7 @@ void DecodeBin66Slot(SObsSlot& slot, const uint8_t* frame)
 
     // Only slots 1 to 24 have a row, which is also the slot's row of the
     // wavelength table.
-    const uint32_t prn = words.IsEmpty() ? 0 : PrnWithRow(g_GlonassNavState, words.Prn(), kGlonassSlots);
+    const uint32_t prn = words.IsEmpty() ? 0 : PrnWithRow(glonass, words.Prn(), kGlonassSlots);
 
     // A different satellite in the channel restarts its slip memory.
     const bool fresh = prn != slot.m_uPRN;
@@ -56,20 +57,21 @@ void DecodeBin66Slot(SObsSlot& slot, const uint8_t* frame)
     // GLONASS shares out frequencies by slot: the code range turns into whole
     // cycles through the slot's own wavelength, which follows the channel of
     // its first ephemeris. The phase comes modulo 8192 cycles.
-    const double wavelength = g_aGlonassWavelength[prn - 1][signal == kSignalGloL2 ? kWavelengthL2 : kWavelengthL1];
+    const double wavelength = frequencies.m_aGlonassWavelength[prn - 1][signal == kSignalGloL2 ? kWavelengthL2 : kWavelengthL1];
     slot.m_dPhase = PhaseOnEstimate(slot.m_dPseudorange / wavelength, words);
 
     // Every observation re-evaluates its satellite's ephemeris, which is how a
     // record that arrived since the last epoch comes into use.
-    KeepSatelliteUp(g_GlonassNavState, prn, slot);
+    KeepSatelliteUp(glonass, prn, slot, mask);
 }
 
-void OnBin66(const uint8_t* frame)
+void OnBin66(const uint8_t* frame, SObsIntake& intake)
 {
+    SObsSlots& slots = intake.m_Slots;
     for (uint32_t n = 0; n < kChannelsPerMessage; ++n)
     {
-        DecodeBin66Slot(g_aSlotGloL1[n], frame);
-        DecodeBin66Slot(g_aSlotGloL2[n], frame);
-        AddGloSlots(g_aSlotGloL1[n], g_aSlotGloL2[n]);
+        DecodeBin66Slot(slots.m_aSlotGloL1[n], frame, intake.m_Glonass, intake.m_Frequencies, intake.m_Mask);
+        DecodeBin66Slot(slots.m_aSlotGloL2[n], frame, intake.m_Glonass, intake.m_Frequencies, intake.m_Mask);
+        intake.m_Assembly.AddGloSlots(slots.m_aSlotGloL1[n], slots.m_aSlotGloL2[n]);
     }
 }

@@ -6,7 +6,6 @@
 #include "obsconv/ObsConstants.h"
 #include "obsconv/PackedRecord.h"
 #include "obsconv/SatelliteUpkeep.h"
-#include "rinex/ObsWriter.h"
 
 namespace
 {
@@ -41,7 +40,7 @@ const CSnrTable kSnrTableL2L1P(kSnrScaleL2L1P);
 constexpr double kL2CyclesPerMetre = 4.094832832652519;
 } // namespace
 
-void DecodeBin76Slot(SObsSlot& slot, const uint8_t* frame)
+void DecodeBin76Slot(SObsSlot& slot, const uint8_t* frame, CGpsNavState& gps, const SMaskRule& mask)
 {
     // Only the message's channels, and only the three GPS signals live here.
     const uint32_t n = slot.m_uChannel;
@@ -59,7 +58,7 @@ void DecodeBin76Slot(SObsSlot& slot, const uint8_t* frame)
     const uint32_t l1Record = kL1RecordsOffset + kRecordSize * n;
     const uint32_t record = signal == kSignalGpsL2 ? kL2RecordsOffset + kRecordSize * n : l1Record;
     const SPackedRecord words = ReadPackedRecord(frame, kChannelWordsOffset + kWordSize * n, record);
-    uint32_t prn = words.IsEmpty() ? 0 : PrnWithRow(g_GpsNavState, words.Prn(), kSatRows);
+    uint32_t prn = words.IsEmpty() ? 0 : PrnWithRow(gps, words.Prn(), kSatRows);
     if (signal != kSignalL1 && prn > kHighestGpsPRN)
         prn = 0;
 
@@ -87,23 +86,25 @@ void DecodeBin76Slot(SObsSlot& slot, const uint8_t* frame)
 
     // Every observation re-evaluates its satellite's ephemeris, which is how a
     // record that arrived since the last epoch comes into use.
-    KeepSatelliteUp(g_GpsNavState, prn, slot);
+    KeepSatelliteUp(gps, prn, slot, mask);
 }
 
-void OnBin76(const uint8_t* frame)
+void OnBin76(const uint8_t* frame, SObsIntake& intake)
 {
-    FlushIfEpochChanged();
+    intake.m_Assembly.FlushIfEpochChanged();
+    SObsSlots& slots = intake.m_Slots;
+    CGpsNavState& gps = intake.m_Gps;
     for (uint32_t n = 0; n < kBin76DualChannels; ++n)
     {
-        DecodeBin76Slot(g_aSlotGpsL1[n], frame);
-        DecodeBin76Slot(g_aSlotGpsL2[n], frame);
-        DecodeBin76Slot(g_aSlotGpsL1P[n], frame);
-        AddGpsSlots(g_aSlotGpsL1[n], g_aSlotGpsL2[n], g_aSlotGpsL1P[n]);
+        DecodeBin76Slot(slots.m_aSlotGpsL1[n], frame, gps, intake.m_Mask);
+        DecodeBin76Slot(slots.m_aSlotGpsL2[n], frame, gps, intake.m_Mask);
+        DecodeBin76Slot(slots.m_aSlotGpsL1P[n], frame, gps, intake.m_Mask);
+        intake.m_Assembly.AddGpsSlots(slots.m_aSlotGpsL1[n], slots.m_aSlotGpsL2[n], slots.m_aSlotGpsL1P[n]);
     }
     // The channels without L2 and L1 P: their L2 and L1 P slots stay empty.
     for (uint32_t n = kBin76DualChannels; n < kBin76Channels; ++n)
     {
-        DecodeBin76Slot(g_aSlotGpsL1[n], frame);
-        AddGpsL1Slot(g_aSlotGpsL1[n]);
+        DecodeBin76Slot(slots.m_aSlotGpsL1[n], frame, gps, intake.m_Mask);
+        intake.m_Assembly.AddGpsL1Slot(slots.m_aSlotGpsL1[n]);
     }
 }

@@ -5,7 +5,6 @@
 #include "obsconv/EpochAssembly.h"
 #include "obsconv/ObsConstants.h"
 #include "obsconv/SatelliteUpkeep.h"
-#include "rinex/ObsWriter.h"
 
 namespace
 {
@@ -38,7 +37,7 @@ const CSnrTable kSnrTable8Bit(kSnrScale8Bit);
 constexpr double kL1DopplerScale = 0.0012829676436940242;
 } // namespace
 
-void DecodeBin96Slot(SObsSlot& slot, const uint8_t* frame)
+void DecodeBin96Slot(SObsSlot& slot, const uint8_t* frame, CGpsNavState& gps, const SMaskRule& mask)
 {
     // Only the 12 records of the message exist; any other channel is never read.
     if (slot.m_uChannel >= kChannelsPerMessage)
@@ -47,7 +46,7 @@ void DecodeBin96Slot(SObsSlot& slot, const uint8_t* frame)
 
     const uint32_t word0 = ReadU32(frame, record + kRecordWord0Offset);
     // 0, or a fourth distinct number above 32, has no row.
-    const uint32_t prn = PrnWithRow(g_GpsNavState, word0 & kPrnMask, kSatRows);
+    const uint32_t prn = PrnWithRow(gps, word0 & kPrnMask, kSatRows);
 
     // A different satellite in the channel restarts its slip memory.
     const bool fresh = prn != slot.m_uPRN;
@@ -68,15 +67,16 @@ void DecodeBin96Slot(SObsSlot& slot, const uint8_t* frame)
 
     // Every observation re-evaluates its satellite's ephemeris, which is how a
     // record that arrived since the last epoch comes into use.
-    KeepSatelliteUp(g_GpsNavState, prn, slot);
+    KeepSatelliteUp(gps, prn, slot, mask);
 }
 
-void OnBin96(const uint8_t* frame)
+void OnBin96(const uint8_t* frame, SObsIntake& intake)
 {
-    FlushIfEpochChanged();
+    intake.m_Assembly.FlushIfEpochChanged();
     for (uint32_t n = 0; n < kChannelsPerMessage; ++n)
     {
-        DecodeBin96Slot(g_aSlotGpsL1[n], frame);
-        AddGpsL1Slot(g_aSlotGpsL1[n]);
+        SObsSlot& slot = intake.m_Slots.m_aSlotGpsL1[n];
+        DecodeBin96Slot(slot, frame, intake.m_Gps, intake.m_Mask);
+        intake.m_Assembly.AddGpsL1Slot(slot);
     }
 }

@@ -1,8 +1,8 @@
 #include "obsconv/EpochAssembly.h"
 
+#include <algorithm>
 #include <cmath>
 
-#include "driver/RunOptions.h"
 #include "gnsstime/GpsTime.h"
 #include "navstate/NavState.h"
 
@@ -37,27 +37,6 @@ bool TableRow(CGpsNavState& state, uint32_t prn, uint32_t rows, uint32_t& row)
         return false;
     row = static_cast<uint32_t>(index);
     return true;
-}
-
-// Opens the pending epoch at its first satellite: the rate gate is asked once per epoch.
-void OpenEpoch()
-{
-    CWriteRinexObs& writer = g_ObsWriter;
-    if (writer.m_bEpochOpen)
-        return;
-    writer.m_bEpochOpen = 1;
-    writer.m_bEpochAccepted = PassRateGate() ? 1 : 0;
-}
-
-// The slip mark always; the measurements only for an epoch that will be
-// written, and not for a satellite the elevation mask leaves out. A satellite
-// in one of the table's shared extended rows (a GPS number above 32, SBAS)
-// gets its entry but never reaches the file.
-void AddToEntry(SObsEntry& entry, const SObsSlot& slot, const CGpsNavState& state, uint32_t row)
-{
-    NoteSlip(entry, slot);
-    if (g_ObsWriter.m_bEpochAccepted && !slot.m_bMasked)
-        FillEntry(entry, slot, row < state.m_uFixedRows);
 }
 
 // Steps of the strength digit above the base of its band: 4 * (snr - low) /
@@ -97,98 +76,128 @@ void FillEntry(SObsEntry& entry, const SObsSlot& slot, bool ownRow)
     entry.m_dPhase = slot.m_dPhase;
     entry.m_dDoppler = -slot.m_dDoppler; // the file's sign is the opposite of the receiver's
     entry.m_uStrength = SignalStrength(slot.m_dSnr, slot.m_uSignal);
-    entry.m_uPRN = static_cast<int32_t>(slot.m_uPRN);
+    entry.m_uPRN = slot.m_uPRN;
     entry.m_bGood = (slot.m_bGoodLock && ownRow) ? 1 : 0;
     entry.m_bValid = 1;
 }
 
-void AddGpsL1Slot(const SObsSlot& slot)
+CEpochAssembly::CEpochAssembly(const CLogTime& logTime, CGpsNavState& gps, CBeidouNavState& beidou)
+    : m_LogTime(logTime), m_Gps(gps), m_Beidou(beidou)
 {
-    uint32_t row = 0;
-    if (!TableRow(g_GpsNavState, slot.m_uPRN, kSatRows, row))
-        return; // also an empty channel: satellite 0 has no row
-    OpenEpoch();
-    AddToEntry(g_ObsWriter.m_aGpsL1[row], slot, g_GpsNavState, row);
+    m_Epoch.m_dInterval = 1.0;
 }
 
-void AddGpsSlots(const SObsSlot& l1, const SObsSlot& l2, const SObsSlot& p)
+void CEpochAssembly::SetRun(double interval, bool fixed, bool outputL1P, IEpochSink* sink)
 {
-    CWriteRinexObs& writer = g_ObsWriter;
+    m_Epoch.m_dInterval = interval;
+    m_Epoch.m_bIntervalFixed = fixed ? 1 : 0;
+    m_bOutputL1P = outputL1P ? 1 : 0;
+    m_pSink = sink;
+}
+
+// Opens the pending epoch at its first satellite: the rate gate is asked once per epoch.
+void CEpochAssembly::OpenEpoch()
+{
+    if (m_bEpochOpen)
+        return;
+    m_bEpochOpen = 1;
+    m_bEpochAccepted = PassRateGate() ? 1 : 0;
+}
+
+// The slip mark always; the measurements only for an epoch that will be
+// written, and not for a satellite the elevation mask leaves out. A satellite
+// in one of the table's shared extended rows (a GPS number above 32, SBAS)
+// gets its entry but never reaches the file.
+void CEpochAssembly::AddToEntry(SObsEntry& entry, const SObsSlot& slot, const CGpsNavState& state, uint32_t row)
+{
+    NoteSlip(entry, slot);
+    if (m_bEpochAccepted && !slot.m_bMasked)
+        FillEntry(entry, slot, row < state.m_uFixedRows);
+}
+
+void CEpochAssembly::AddGpsL1Slot(const SObsSlot& slot)
+{
+    uint32_t row = 0;
+    if (!TableRow(m_Gps, slot.m_uPRN, kSatRows, row))
+        return; // also an empty channel: satellite 0 has no row
+    OpenEpoch();
+    AddToEntry(m_Epoch.m_aGpsL1[row], slot, m_Gps, row);
+}
+
+void CEpochAssembly::AddGpsSlots(const SObsSlot& l1, const SObsSlot& l2, const SObsSlot& p)
+{
     // The columns follow the message kind, not its contents.
-    writer.m_bSeenL2 = 1;
-    if (RunOptions.m_bOutputL1P)
-        writer.m_bSeenL1P = 1;
+    m_Epoch.m_bSeenL2 = 1;
+    if (m_bOutputL1P)
+        m_Epoch.m_bSeenL1P = 1;
 
     AddGpsL1Slot(l1);
 
     // The second and third signals never open the epoch on their own.
     uint32_t row = 0;
-    if (TableRow(g_GpsNavState, l2.m_uPRN, kSatRows, row))
-        AddToEntry(writer.m_aGpsL2[row], l2, g_GpsNavState, row);
+    if (TableRow(m_Gps, l2.m_uPRN, kSatRows, row))
+        AddToEntry(m_Epoch.m_aGpsL2[row], l2, m_Gps, row);
     // Filled with or without -P1; only the writer's column depends on it.
-    if (TableRow(g_GpsNavState, p.m_uPRN, kSatRows, row))
-        AddToEntry(writer.m_aGpsL1P[row], p, g_GpsNavState, row);
+    if (TableRow(m_Gps, p.m_uPRN, kSatRows, row))
+        AddToEntry(m_Epoch.m_aGpsL1P[row], p, m_Gps, row);
 }
 
-void AddGloSlots(const SObsSlot& l1, const SObsSlot& l2)
+void CEpochAssembly::AddGloSlots(const SObsSlot& l1, const SObsSlot& l2)
 {
-    CWriteRinexObs& writer = g_ObsWriter;
-    writer.m_bSeenGlonass = 1;
-    writer.m_bSeenL2 = 1;
-    if (RunOptions.m_bOutputL1P)
-        writer.m_bSeenL1P = 1;
+    m_Epoch.m_bSeenGlonass = 1;
+    m_Epoch.m_bSeenL2 = 1;
+    if (m_bOutputL1P)
+        m_Epoch.m_bSeenL1P = 1;
 
     // GLONASS slots 1 to 24 take rows 0 to 23 of the GPS numbering.
     uint32_t row = 0;
-    if (TableRow(g_GpsNavState, l1.m_uPRN, kSatRows, row))
+    if (TableRow(m_Gps, l1.m_uPRN, kSatRows, row))
     {
         OpenEpoch();
-        AddToEntry(writer.m_aGloL1[row], l1, g_GpsNavState, row);
+        AddToEntry(m_Epoch.m_aGloL1[row], l1, m_Gps, row);
     }
-    if (TableRow(g_GpsNavState, l2.m_uPRN, kSatRows, row))
-        AddToEntry(writer.m_aGloL2[row], l2, g_GpsNavState, row);
+    if (TableRow(m_Gps, l2.m_uPRN, kSatRows, row))
+        AddToEntry(m_Epoch.m_aGloL2[row], l2, m_Gps, row);
 }
 
-void AddBdsSlot(const SObsSlot& slot, bool lastPacket, uint32_t band)
+void CEpochAssembly::AddBdsSlot(const SObsSlot& slot, bool lastPacket, uint32_t band)
 {
     if (band >= kBdsBands)
         return;
-    CWriteRinexObs& writer = g_ObsWriter;
-    writer.m_abSeenBeidou[band] = 1;
+    m_Epoch.m_abSeenBeidou[band] = 1;
 
     uint32_t row = 0;
-    if (!TableRow(g_BeidouNavState, slot.m_uPRN, kBeidouRows, row))
+    if (!TableRow(m_Beidou, slot.m_uPRN, kBeidouRows, row))
         return;
-    if (row >= writer.m_uBdsRowsInUse)
-        writer.m_uBdsRowsInUse = row + 1;
+    if (row >= m_Epoch.m_uBdsRowsInUse)
+        m_Epoch.m_uBdsRowsInUse = row + 1;
     // Earlier packets of the band's set only count for slips while no epoch is open.
     if (lastPacket)
         OpenEpoch();
-    AddToEntry(writer.m_aBds[band][row], slot, g_BeidouNavState, row);
+    AddToEntry(m_Epoch.m_aBds[band][row], slot, m_Beidou, row);
 }
 
-bool PassRateGate()
+bool CEpochAssembly::PassRateGate()
 {
-    CWriteRinexObs& writer = g_ObsWriter;
-    GpsTime now;
-    GetLogTime(now);
-    const GpsTime last = writer.m_timeEpoch;
+    const GpsTime now = m_LogTime.Now();
+    const GpsTime last = m_Epoch.m_timeEpoch;
     const double weeks = static_cast<double>(now.m_uWeek) - static_cast<double>(last.m_uWeek);
     const double dt = weeks * kSecondsPerWeek + now.m_dSeconds - last.m_dSeconds;
+    double& interval = m_Epoch.m_dInterval;
 
-    if (!writer.m_bRateAligned)
+    if (!m_bRateAligned)
     {
         // Search: the first epoch written lies on a whole multiple of the interval.
-        const double r = std::fmod(now.m_dSeconds, writer.m_dInterval);
-        const bool due = std::fabs(r) < kGridTolerance || std::fabs(r - writer.m_dInterval) < kGridTolerance ||
+        const double r = std::fmod(now.m_dSeconds, interval);
+        const bool due = std::fabs(r) < kGridTolerance || std::fabs(r - interval) < kGridTolerance ||
                          (last.m_uWeek != 0 && dt > kSearchGap);
-        writer.m_bRateAligned = due ? 1 : 0;
-        writer.m_timeEpoch = now;
+        m_bRateAligned = due ? 1 : 0;
+        m_Epoch.m_timeEpoch = now;
         return due;
     }
 
-    double* state = writer.m_aRateState;
-    if (!writer.m_bIntervalFixed)
+    double* state = m_aRateState;
+    if (!m_Epoch.m_bIntervalFixed)
     {
         // The interval follows the longest run of equal steps seen so far.
         if (state[kRateStep] == dt)
@@ -198,16 +207,61 @@ bool PassRateGate()
         if (state[kRateRun] > state[kRateBest])
         {
             state[kRateBest] = state[kRateRun];
-            if (dt != writer.m_dInterval)
-                writer.m_dInterval = dt;
+            if (dt != interval)
+                interval = dt;
         }
     }
     state[kRateStep] = dt;
 
     // A fixed interval spaces epochs from the last one written, so the time of
     // a rejected epoch is not kept.
-    if (writer.m_bIntervalFixed && !(dt + kGridTolerance > writer.m_dInterval))
+    if (m_Epoch.m_bIntervalFixed && !(dt + kGridTolerance > interval))
         return false;
-    writer.m_timeEpoch = now;
+    m_Epoch.m_timeEpoch = now;
     return true;
+}
+
+void CEpochAssembly::FlushIfEpochChanged()
+{
+    if (m_LogTime.Now().m_dSeconds != m_Epoch.m_timeEpoch.m_dSeconds)
+        FlushEpoch();
+}
+
+void CEpochAssembly::FlushEpoch()
+{
+    m_bEpochOpen = 0;
+    if (!m_bEpochAccepted)
+        return;
+
+    LatchInterval();
+    SelectListed(m_Epoch);
+    if (m_pSink != nullptr)
+        m_pSink->TakeEpoch(m_Epoch);
+
+    m_bEpochAccepted = 0;
+    ClearEpochTables(m_Epoch);
+}
+
+// The distance of the first two epochs handed on, in whole seconds, sets the
+// interval once; the rate gate may change it later, and each header shows its
+// latest value. An interval given on the command line stays.
+void CEpochAssembly::LatchInterval()
+{
+    if (m_Epoch.m_timeFirstObs.m_uWeek == 0)
+        m_Epoch.m_timeFirstObs = m_Epoch.m_timeEpoch;
+    if (!m_bEpochsHanded)
+    {
+        m_bEpochsHanded = 1;
+        return;
+    }
+    if (m_bIntervalLatched)
+        return;
+    const GpsTime& first = m_Epoch.m_timeFirstObs;
+    const GpsTime& now = m_Epoch.m_timeEpoch;
+    const double dt = (static_cast<double>(now.m_uWeek) - static_cast<double>(first.m_uWeek)) * kSecondsPerWeek +
+                      (now.m_dSeconds - first.m_dSeconds);
+    const double d = std::floor(dt + 0.5);
+    m_bIntervalLatched = 1;
+    if (d > 0.001 && !m_Epoch.m_bIntervalFixed)
+        m_Epoch.m_dInterval = d;
 }

@@ -2,15 +2,6 @@
 
 #include "obsconv/ObsConstants.h"
 
-// Plain run-wide arrays: zeroed before main begins, so every slot starts empty
-// (satellite 0) with a slip counter of 0.
-SObsSlot g_aSlotGpsL1[kSlotsPerArray];
-SObsSlot g_aSlotGpsL2[kSlotsPerArray];
-SObsSlot g_aSlotGpsL1P[kSlotsPerArray];
-SObsSlot g_aSlotGloL1[kSlotsPerArray];
-SObsSlot g_aSlotGloL2[kSlotsPerArray];
-SObsSlot g_aSlotBds[kBdsSlotBands][kBdsSlotsPerBand];
-
 namespace
 {
 // Gives every slot of one array its channel index and the array's signal code.
@@ -24,17 +15,17 @@ void InitSlotArray(SObsSlot (&slots)[kSlotsPerArray], uint32_t signal)
 }
 } // namespace
 
-void InitObsSlots()
+SObsSlots::SObsSlots() : m_aSlotGpsL1{}, m_aSlotGpsL2{}, m_aSlotGpsL1P{}, m_aSlotGloL1{}, m_aSlotGloL2{}, m_aSlotBds{}
 {
-    InitSlotArray(g_aSlotGpsL1, kSignalL1);
-    InitSlotArray(g_aSlotGpsL2, kSignalGpsL2);
-    InitSlotArray(g_aSlotGpsL1P, kSignalGpsL1P);
-    InitSlotArray(g_aSlotGloL1, kSignalL1);
-    InitSlotArray(g_aSlotGloL2, kSignalGloL2);
+    InitSlotArray(m_aSlotGpsL1, kSignalL1);
+    InitSlotArray(m_aSlotGpsL2, kSignalGpsL2);
+    InitSlotArray(m_aSlotGpsL1P, kSignalGpsL1P);
+    InitSlotArray(m_aSlotGloL1, kSignalL1);
+    InitSlotArray(m_aSlotGloL2, kSignalGloL2);
     // The BeiDou bands keep the signal code they started with (L1 strength table).
     for (uint32_t band = 0; band < kBdsSlotBands; ++band)
         for (uint32_t n = 0; n < kBdsSlotsPerBand; ++n)
-            g_aSlotBds[band][n].m_uChannel = n;
+            m_aSlotBds[band][n].m_uChannel = n;
 }
 
 void SetSnrFromRaw(SObsSlot& slot, uint32_t raw, const CSnrTable& table)

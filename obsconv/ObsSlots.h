@@ -34,15 +34,20 @@ constexpr uint32_t kChannelsPerMessage = 12; // BIN96 and BIN66 drive 12 channel
 constexpr uint32_t kBdsSlotBands = kBeidouBands;
 constexpr uint32_t kBdsSlotsPerBand = 20;
 
-extern SObsSlot g_aSlotGpsL1[kSlotsPerArray];
-extern SObsSlot g_aSlotGpsL2[kSlotsPerArray];
-extern SObsSlot g_aSlotGpsL1P[kSlotsPerArray];
-extern SObsSlot g_aSlotGloL1[kSlotsPerArray];
-extern SObsSlot g_aSlotGloL2[kSlotsPerArray];
-extern SObsSlot g_aSlotBds[kBdsSlotBands][kBdsSlotsPerBand];
+// The slots of a run, kept from message to message.
+struct SObsSlots
+{
+    // Every slot starts empty (satellite 0) with a slip counter of 0; channel
+    // index and signal code are set here once.
+    SObsSlots();
 
-// Sets channel index and signal code of every slot at the start of a conversion.
-void InitObsSlots();
+    SObsSlot m_aSlotGpsL1[kSlotsPerArray];
+    SObsSlot m_aSlotGpsL2[kSlotsPerArray];
+    SObsSlot m_aSlotGpsL1P[kSlotsPerArray];
+    SObsSlot m_aSlotGloL1[kSlotsPerArray];
+    SObsSlot m_aSlotGloL2[kSlotsPerArray];
+    SObsSlot m_aSlotBds[kBdsSlotBands][kBdsSlotsPerBand];
+};
 
 // Signal to noise in dB of the raw value, by the table of its signal.
 void SetSnrFromRaw(SObsSlot& slot, uint32_t raw, const CSnrTable& table);

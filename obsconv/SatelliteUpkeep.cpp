@@ -1,37 +1,27 @@
 #include "obsconv/SatelliteUpkeep.h"
 
-#include "driver/RunOptions.h"
-
 uint32_t PrnWithRow(CGpsNavState& table, uint32_t prn, uint32_t rows)
 {
     const int32_t row = table.SatIndexFromPRN(static_cast<int32_t>(prn));
     return row >= 0 && row < static_cast<int32_t>(rows) ? prn : 0;
 }
 
-namespace
+bool LeftOutByMask(bool usable, double elevation, const SMaskRule& mask)
 {
-bool MaskActs()
-{
-    return RunOptions.m_bElevationMask && RunOptions.m_bHaveLocation;
-}
-} // namespace
-
-bool LeftOutByMask(bool usable, double elevation)
-{
-    if (!MaskActs())
+    if (!mask.Acts())
         return false;
     if (usable)
-        return elevation < RunOptions.m_dElevationMask;
-    return !RunOptions.m_bOutputBeforeEphemeris;
+        return elevation < mask.m_dElevationMask;
+    return !mask.m_bOutputBeforeEphemeris;
 }
 
-void KeepSatelliteUp(CGpsNavState& table, uint32_t prn, SObsSlot& slot)
+void KeepSatelliteUp(CGpsNavState& table, uint32_t prn, SObsSlot& slot, const SMaskRule& mask)
 {
     table.UpdateEphemerisAge(prn);
     const bool usable = table.ActivateEphemeris(prn);
     // The elevation serves the mask alone: without it the orbit isn't
     // computed for every observation.
-    if (!MaskActs())
+    if (!mask.Acts())
     {
         slot.m_bMasked = 0;
         return;
@@ -41,5 +31,5 @@ void KeepSatelliteUp(CGpsNavState& table, uint32_t prn, SObsSlot& slot)
 
     uint32_t row = 0;
     const double elevation = table.RowOfPRN(prn, row) ? table.m_adElevation[row] : 0.0;
-    slot.m_bMasked = LeftOutByMask(usable, elevation) ? 1 : 0;
+    slot.m_bMasked = LeftOutByMask(usable, elevation, mask) ? 1 : 0;
 }

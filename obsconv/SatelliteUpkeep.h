@@ -5,12 +5,25 @@
 #include "navstate/NavState.h"
 #include "obsconv/ObsSlots.h"
 
+// The elevation mask of a run: -E with its value, whether a location is
+// known, and -B.
+struct SMaskRule
+{
+    bool m_bElevationMask = false;         // -E given
+    double m_dElevationMask = 0.0;         // degrees
+    bool m_bHaveLocation = false;          // -L, or a position sentence with -R
+    bool m_bOutputBeforeEphemeris = false; // -B
+
+    // The mask acts only with -E and a location.
+    bool Acts() const { return m_bElevationMask && m_bHaveLocation; }
+};
+
 // The navigation state's upkeep for one decoded observation, on the table of
 // the satellite's system: the age of its ephemeris is evaluated again, a
 // record that arrived since the last epoch comes into use, and a usable
 // record gives a fresh elevation when the elevation mask acts. Then decides
 // whether the mask leaves the slot out of the observation file.
-void KeepSatelliteUp(CGpsNavState& table, uint32_t prn, SObsSlot& slot);
+void KeepSatelliteUp(CGpsNavState& table, uint32_t prn, SObsSlot& slot, const SMaskRule& mask);
 
 // `prn` when the table has a row for it among its first `rows`, else 0: a
 // number the table can't place leaves the channel empty for this message. The
@@ -21,4 +34,4 @@ uint32_t PrnWithRow(CGpsNavState& table, uint32_t prn, uint32_t rows);
 // only with a receiver location: then a satellite with a usable ephemeris is
 // left out below the mask, and one without (its elevation is not known) is
 // left out unless -B is given. Without -E nothing is left out.
-bool LeftOutByMask(bool usable, double elevation);
+bool LeftOutByMask(bool usable, double elevation, const SMaskRule& mask);

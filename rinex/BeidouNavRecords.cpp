@@ -7,7 +7,6 @@
 #include "logio/ByteReader.h"
 #include "navstate/NavState.h"
 #include "navstate/UtcState.h"
-#include "platform/Trace.h"
 #include "rinex/BeidouNavWriter.h"
 #include "rinex/NumberFields.h"
 
@@ -23,9 +22,6 @@ namespace
 constexpr uint32_t kLastBeidouNumber = kBeidouRows;
 constexpr const char* kBeidouTypeText = "C: BDS";
 
-constexpr double kBdtBehindGps = 14.0; // seconds
-// BDT week 0 starts with GPS week 1356.
-constexpr int32_t kBdtWeekOffset = 1356;
 
 // A clock time whose seconds print as 60 belongs to the next minute: it is
 // converted again this much later, and its seconds shown as 0.
@@ -35,7 +31,6 @@ constexpr const char* kSixtySecondsText = " 60.0000000";
 constexpr double kSpare = 0.0;
 
 // SBinaryMsg34 field offsets from the frame's first byte.
-constexpr uint32_t kBin34FilledOffset = 4; // bytes 4 to 7 not zero: a copy is stored
 constexpr uint32_t kBin34A0 = 8;
 constexpr uint32_t kBin34A1 = 12;
 constexpr uint32_t kBin34Tot = 28;
@@ -44,28 +39,15 @@ constexpr double kBin34A0Unit = 9.313225746154785e-10;  // 2^-30 s
 constexpr double kBin34A1Unit = 8.881784197001252e-16;  // 2^-50 s/s
 constexpr unsigned long kBin34TotUnit = 4096;           // seconds
 
-bool Bin34Stored()
-{
-    return ReadU32(g_StoredMessages.m_Bin34.m_aFrame, kBin34FilledOffset) != 0;
-}
-
 } // namespace
 
-CWriteRinexBeiDouNav g_BeidouNavWriter;
-
-void GpsToBdt(GpsTime& time)
+CWriteRinexBeiDouNav::CWriteRinexBeiDouNav(CBeidouNavState& table, CUtcState& utc)
+    : CWriteRinexNav(table, utc), m_Table(table)
 {
-    time.m_dSeconds -= kBdtBehindGps;
-    if (time.m_dSeconds < 0.0)
-    {
-        time.m_dSeconds += kSecondsPerWeek;
-        --time.m_uWeek;
-    }
 }
 
 void CWriteRinexBeiDouNav::WriteHeader()
 {
-    TraceMsg("CWriteRinexBeiDouNav::WriteHeader\n");
     WriteBlankReservedHeader(kBeidouTypeText);
 }
 
@@ -73,15 +55,15 @@ void CWriteRinexBeiDouNav::WritePending(bool force)
 {
     // The pass runs with or without a file: it brings pending records into
     // use, which the observations depend on.
-    PassPendingRecords(*this, g_BeidouNavState, kLastBeidouNumber, force, &CWriteRinexBeiDouNav::WriteHeader,
+    PassPendingRecords(*this, m_Table, kLastBeidouNumber, force, &CWriteRinexBeiDouNav::WriteHeader,
                        &CWriteRinexNav::IssueKeyIode, &CWriteRinexBeiDouNav::WriteBeidouRecord);
 
     // The leap seconds come from the run's UTC state; until it is taken the
     // blank line stays.
-    if (m_bHeaderWritten && g_iBeidouLeapSeconds != 0 && !m_bLeapPassDone)
+    if (m_bHeaderWritten && m_Utc.m_iBeidouLeapSeconds != 0 && !m_bLeapPassDone)
     {
         if (!m_bLeapWritten)
-            FillLeapSecondsLine(g_iBeidouLeapSeconds);
+            FillLeapSecondsLine(m_Utc.m_iBeidouLeapSeconds);
         m_bLeapWritten = 1;
         m_bLeapPassDone = 1;
     }
@@ -89,7 +71,7 @@ void CWriteRinexBeiDouNav::WritePending(bool force)
     // A BIN34 stored before the header existed went to the start of the
     // empty file, where the header has since covered it; it gets its place
     // now.
-    if (m_bHeaderWritten && !m_bBdutWritten && Bin34Stored())
+    if (m_bHeaderWritten && !m_bBdutWritten && m_Utc.Bin34Stored())
     {
         WriteBdutLine();
         m_bBdutWritten = 1;
@@ -105,7 +87,6 @@ void CWriteRinexBeiDouNav::WriteBeidouRecord(uint32_t number, const SBeidouEphem
     // shows the seconds as they are then.
     GpsTime bdt{record.m_uTocWeek, record.m_dToc};
     GpsToBdt(bdt);
-    TraceMsg("BeiDou week (Actually GPS) = %d, BeiDou Second = %20.12E\n", bdt.m_uWeek, bdt.m_dSeconds);
     SCalendarTime calendar{};
     GpsToCalendar(bdt, calendar);
     char seconds[32];
@@ -115,7 +96,6 @@ void CWriteRinexBeiDouNav::WriteBeidouRecord(uint32_t number, const SBeidouEphem
         GpsPlusToCalendar(bdt, calendar, kSixtySecondsOffset);
         calendar.m_dSeconds = 0.0;
     }
-    TraceMsg("IODE BDS %u %d\n", record.m_uAode, number);
 
     WriteClockLine('C', number, calendar, static_cast<int>(calendar.m_dSeconds), record.m_dAf0, record.m_dAf1,
                    record.m_dAf2);
@@ -124,7 +104,7 @@ void CWriteRinexBeiDouNav::WriteBeidouRecord(uint32_t number, const SBeidouEphem
     // week is a BDT week, signed. Line 6 has both group delays. Line 7 has
     // the clock time in BDT where RINEX has the transmission time, and the
     // AODC, which the record keeps as its IODC. There is no fit interval.
-    const int32_t bdtWeek = static_cast<int32_t>(record.m_uToeWeek) - kBdtWeekOffset;
+    const int32_t bdtWeek = static_cast<int32_t>(record.m_uToeWeek) - static_cast<int32_t>(kBdtFirstGpsWeek);
     WriteOrbitRow(*this, record.m_uAode, record.m_dCrs, record.m_dDeltaN, record.m_dM0);
     WriteOrbitRow(*this, record.m_dCuc, record.m_dEcc, record.m_dCus, record.m_dSqrtA);
     WriteOrbitRow(*this, record.m_dToeBdt, record.m_dCic, record.m_dOmega0Bdt, record.m_dCis);
@@ -142,7 +122,7 @@ void CWriteRinexBeiDouNav::WriteBdutLine()
 
     // Before the header exists the reserved position is 0: the line lands at
     // the start of the empty file, and the header covers it when it comes.
-    const uint8_t* msg = g_StoredMessages.m_Bin34.m_aFrame;
+    const uint8_t* msg = m_Utc.Bin34();
     char a0[kFieldD17 + 1];
     char a1[kFieldD16 + 1];
     FormatD17(ReadI32(msg, kBin34A0) * kBin34A0Unit, a0);

@@ -14,6 +14,10 @@
 class CWriteRinexBeiDouNav : public CWriteRinexNav
 {
 public:
+    // Records from `table`; the BDUT line from the BIN34 and the leap
+    // seconds from `utc`.
+    CWriteRinexBeiDouNav(CBeidouNavState& table, CUtcState& utc);
+
     // Version line, program line, four blank reserved lines, end of header.
     // Called only from the pass.
     void WriteHeader();
@@ -30,10 +34,9 @@ public:
 
     uint8_t m_bLeapPassDone = 0;
     uint8_t m_bBdutWritten = 0;
+
+private:
+    CBeidouNavState& m_Table;
 };
 
-// Moves a GPS time to BDT in place. The week stays a GPS week number.
-void GpsToBdt(GpsTime& time);
 
-// The run's BeiDou navigation writer.
-extern CWriteRinexBeiDouNav g_BeidouNavWriter;

@@ -6,7 +6,6 @@
 #include "navstate/GlonassFrequencies.h"
 #include "navstate/NavState.h"
 #include "navstate/UtcState.h"
-#include "platform/Trace.h"
 #include "rinex/GlonassNavWriter.h"
 #include "rinex/NumberFields.h"
 
@@ -48,25 +47,26 @@ constexpr double kMinutesPerSecond = 0.016666666666666666;
 constexpr int32_t kLastHour = 23;
 constexpr int32_t kLastMinute = 59;
 
-// The stored frequency channel code is the channel number plus this.
-constexpr int16_t kChannelCodeOffset = 8;
-
 // Frequency number of the record's satellite, by n of string 4. An n outside
 // the slots can only come from damaged strings; the slot the message arrived
 // for stands in for it then.
-double FrequencyNumber(uint32_t stringSlot, uint32_t passSlot)
+double FrequencyNumber(const CGlonassFrequencies& frequencies, uint32_t stringSlot, uint32_t passSlot)
 {
     uint32_t slot = stringSlot;
     if (slot < 1 || slot > kGlonassSlots)
         slot = passSlot;
     if (slot < 1 || slot > kGlonassSlots)
         return 0.0;
-    return static_cast<double>(g_aGlonassChannel[slot - 1] - kChannelCodeOffset);
+    return static_cast<double>(frequencies.FrequencyChannel(slot - 1));
 }
 
 } // namespace
 
-CWriteRinexGlonassNav g_GlonassNavWriter;
+CWriteRinexGlonassNav::CWriteRinexGlonassNav(CGlonassNavState& table, CUtcState& utc,
+                                             const CGlonassFrequencies& frequencies)
+    : CWriteRinexNav(table, utc), m_Table(table), m_Frequencies(frequencies)
+{
+}
 
 void GlonassToCalendar(uint32_t n4, uint32_t nt, double seconds, SCalendarTime& calendar)
 {
@@ -115,7 +115,6 @@ void GlonassToCalendar(uint32_t n4, uint32_t nt, double seconds, SCalendarTime& 
 
 void CWriteRinexGlonassNav::WriteHeader()
 {
-    TraceMsg("CWriteRinexGlonassNav::WriteHeader\n");
     if (m_pFile == nullptr)
         return;
 
@@ -129,7 +128,6 @@ void CWriteRinexGlonassNav::WriteHeader()
 
 void CWriteRinexGlonassNav::WriteHeaderFromPass()
 {
-    TraceMsg("WRITE GLONASS HEADER\n");
     WriteHeader();
 }
 
@@ -137,14 +135,14 @@ void CWriteRinexGlonassNav::WritePending(bool force)
 {
     // The pass runs with or without a file: it brings pending records into
     // use, which the observations depend on.
-    PassPendingRecords(*this, g_GlonassNavState, kGlonassSlots, force, &CWriteRinexGlonassNav::WriteHeaderFromPass,
+    PassPendingRecords(*this, m_Table, kGlonassSlots, force, &CWriteRinexGlonassNav::WriteHeaderFromPass,
                        &CWriteRinexGlonassNav::IssueKeyTb, &CWriteRinexGlonassNav::WriteGlonassRecord);
 
     // The leap seconds come from the run's UTC state; until it is taken the
     // placeholder stays.
-    if (m_bHeaderWritten && g_iGpsLeapSeconds != 0 && !m_bLeapPassDone)
+    if (m_bHeaderWritten && m_Utc.m_iGpsLeapSeconds != 0 && !m_bLeapPassDone)
     {
-        FillLeapSecondsLine(g_iGpsLeapSeconds);
+        FillLeapSecondsLine(m_Utc.m_iGpsLeapSeconds);
         m_bLeapPassDone = 1;
     }
 }
@@ -181,6 +179,6 @@ void CWriteRinexGlonassNav::WriteGlonassRecord(uint32_t slot, const SGlonassEphe
     // Kilometres, km/s and km/s2 as the record holds them. The health field
     // is Bn itself.
     WriteOrbitRow(*this, record.m_dX, record.m_dVx, record.m_dAx, record.m_uBn);
-    WriteOrbitRow(*this, record.m_dY, record.m_dVy, record.m_dAy, FrequencyNumber(record.m_uSlot, slot));
+    WriteOrbitRow(*this, record.m_dY, record.m_dVy, record.m_dAy, FrequencyNumber(m_Frequencies, record.m_uSlot, slot));
     WriteOrbitRow(*this, record.m_dZ, record.m_dVz, record.m_dAz, record.m_uEn);
 }

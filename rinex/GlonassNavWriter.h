@@ -3,7 +3,9 @@
 #include <cstdint>
 
 #include "gnsstime/GpsTime.h"
+#include "navstate/GlonassFrequencies.h"
 #include "navstate/NavRecords.h"
+#include "navstate/NavState.h"
 #include "rinex/NavWriter.h"
 
 // The GLONASS navigation file: a four-line record per slot and tb, the GLUT
@@ -13,6 +15,10 @@
 class CWriteRinexGlonassNav : public CWriteRinexNav
 {
 public:
+    // Records from `table`, each with the frequency channel of its slot in
+    // `frequencies`; the leap seconds from `utc`.
+    CWriteRinexGlonassNav(CGlonassNavState& table, CUtcState& utc, const CGlonassFrequencies& frequencies);
+
     // Version line, program line, the reserved CORR TO SYSTEM TIME and LEAP
     // SECONDS lines, end of header. Called only from the pass.
     void WriteHeader();
@@ -32,6 +38,9 @@ public:
 
 private:
     void WriteHeaderFromPass();
+
+    CGlonassNavState& m_Table;
+    const CGlonassFrequencies& m_Frequencies;
 };
 
 // UTC calendar date and time of GLONASS time: `seconds` of the Moscow day
@@ -39,5 +48,4 @@ private:
 // no other correction.
 void GlonassToCalendar(uint32_t n4, uint32_t nt, double seconds, SCalendarTime& calendar);
 
-// The run's GLONASS navigation writer.
-extern CWriteRinexGlonassNav g_GlonassNavWriter;
+

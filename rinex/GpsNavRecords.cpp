@@ -7,7 +7,6 @@
 #include "logio/ByteReader.h"
 #include "navstate/NavState.h"
 #include "navstate/UtcState.h"
-#include "platform/Trace.h"
 #include "rinex/NavWriter.h"
 #include "rinex/NumberFields.h"
 
@@ -43,11 +42,6 @@ constexpr uint16_t kIodcLimit = 1023;
 constexpr uint16_t kIodeExtendedFirst = 240;
 constexpr uint16_t kIodeExtendedLast = 255;
 
-bool Bin94Stored()
-{
-    return ReadU32(g_StoredMessages.m_Bin94.m_aFrame, kBin94FilledOffset) != 0;
-}
-
 // Hours of the extended operations, told by the IODC; 0.0 for an IODC that
 // names none.
 double FitHoursFromIodc(uint16_t iodc)
@@ -72,8 +66,6 @@ double FitHoursFromIodc(uint16_t iodc)
 const double g_aUraMetres[kUraEntries] = {2.0,   2.8,   4.0,   5.7,    8.0,    11.3,   16.0,   32.0,
                                           64.0,  128.0, 256.0, 512.0,  1024.0, 2048.0, 4096.0, 9999.0};
 
-CWriteRinexNav g_GpsNavWriter;
-
 double GpsFitIntervalHours(const SGpsEphemeris& record)
 {
     if (record.m_uFitFlag == 0)
@@ -87,27 +79,14 @@ double GpsFitIntervalHours(const SGpsEphemeris& record)
     else
         dFtiRinex = FitHoursFromIodc(iodc);
 
-    TraceMsg("Must Derive Fit Interval From IODC = %d, dFtiRinex = %lf\n", iodc, dFtiRinex);
-    if (iode < kIodeExtendedFirst)
-    {
-        TraceMsg("Short-term Extended Operations, IODE = %d, dFtiRinex =  %lf\n", iode, dFtiRinex);
-    }
-    else if (iode <= kIodeExtendedLast)
-    {
-        TraceMsg("Long-term Extended Operations, IODE = %d, dFtiRinex = %lf\n", iode, dFtiRinex);
-    }
-    else
-    {
-        // An IODE above 8 bits can't come from subframe 2.
-        TraceMsg("Some Kind of mistake with Fit Interval, IODE, IODC");
+    // An IODE above 8 bits can't come from subframe 2.
+    if (iode > kIodeExtendedLast)
         dFtiRinex = 0.0;
-    }
     return dFtiRinex;
 }
 
 void CWriteRinexNav::WriteHeader()
 {
-    TraceMsg("CWriteRinexNav::WriteHeader\n");
     if (m_pFile == nullptr)
         return;
 
@@ -118,12 +97,12 @@ void CWriteRinexNav::WritePending(bool force)
 {
     // The pass runs with or without a file: it brings pending records into
     // use, which the observations depend on.
-    PassPendingRecords(*this, g_GpsNavState, kLastGpsNumber, force, &CWriteRinexNav::WriteHeader,
+    PassPendingRecords(*this, m_Table, kLastGpsNumber, force, &CWriteRinexNav::WriteHeader,
                        &CWriteRinexNav::IssueKeyIode, &CWriteRinexNav::WriteGpsRecord);
 
-    if (m_bHeaderWritten && !m_bIonoWritten && Bin94Stored())
+    if (m_bHeaderWritten && !m_bIonoWritten && m_Utc.Bin94Stored())
     {
-        TakeUtcParams(g_StoredMessages.m_Bin94.m_aFrame);
+        m_Utc.TakeUtcParams();
         WriteIonoUtc();
         m_bIonoWritten = 1;
     }
@@ -156,7 +135,7 @@ void CWriteRinexNav::WriteIonoUtc()
     if (m_pFile == nullptr)
         return;
 
-    const uint8_t* msg = g_StoredMessages.m_Bin94.m_aFrame;
+    const uint8_t* msg = m_Utc.Bin94();
     auto field12 = [msg](uint32_t offset, char (&dst)[kFieldD12 + 1]) { FormatD12(ReadDouble(msg, offset), dst); };
 
     char a[4][kFieldD12 + 1];
@@ -179,7 +158,7 @@ void CWriteRinexNav::WriteIonoUtc()
 
     if (!m_bLeapWritten)
     {
-        FillLeapSecondsLine(g_iGpsLeapSeconds);
+        FillLeapSecondsLine(m_Utc.m_iGpsLeapSeconds);
         m_bLeapWritten = 1;
     }
 }

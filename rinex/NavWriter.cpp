@@ -5,7 +5,6 @@
 #include <cstring>
 
 #include "platform/FileIo.h"
-#include "platform/Trace.h"
 #include "rinex/NumberFields.h"
 #include "rinex/ProgramLine.h"
 
@@ -29,16 +28,18 @@ constexpr size_t kLineBufferSize = 256;
 
 } // namespace
 
-CWriteRinexNav::CWriteRinexNav()
+CWriteRinexNav::CWriteRinexNav(CGpsNavState& table, CUtcState& utc)
     : m_bHeaderWritten(0),
       m_bIonoWritten(0),
       m_aposCorrLine{},
       m_pFile(nullptr),
-      m_uHeaderCounter(0),
       m_bLeapWritten(0),
-      m_auLastIssue{}
+      m_auLastIssue{},
+      m_uSatsWritten(0),
+      m_uRecordsWritten(0),
+      m_Utc(utc),
+      m_Table(table)
 {
-    TraceMsg("Contructing CWriteRinexNav\n");
     for (uint32_t& issue : m_auLastIssue)
         issue = kNoIssue;
 }
@@ -56,8 +57,6 @@ void CWriteRinexNav::MakeVersionLine(const char* typeText, char (&line)[kNavLine
 
 void CWriteRinexNav::HeaderBegin(const char* versionLine)
 {
-    TraceMsg("HeaderBegin: m_uHeaderCounter %d %ld\n", m_uHeaderCounter, GetStreamPos(m_pFile));
-    TraceMsg("HeaderBegin: headerPos %ld\n", GetStreamPos(m_pFile));
 
     char date[64];
     FormatRunDate(date, sizeof(date));
@@ -69,13 +68,6 @@ void CWriteRinexNav::HeaderBegin(const char* versionLine)
 void CWriteRinexNav::HeaderEnd()
 {
     std::fputs("                                                            END OF HEADER       \n", m_pFile);
-    ++m_uHeaderCounter;
-
-    const StreamPos end = GetStreamPos(m_pFile);
-    TraceMsg("HeaderEnd: m_uHeaderCounter %d %ld\n", m_uHeaderCounter, end);
-    TraceMsg("m_posAllHeadersEnd WWW %ld\n", end);
-    TraceMsg("m_posAllHeadersEnd DDD %ld\n", end);
-    TraceMsg("Set POS %ld\n", end);
 }
 
 void CWriteRinexNav::WriteClockLine(char system, uint32_t number, const SCalendarTime& calendar, int seconds,

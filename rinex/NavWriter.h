@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <cstdio>
 
-#include "driver/RunStats.h"
 #include "navstate/NavState.h"
+#include "navstate/UtcState.h"
 #include "platform/FileIo.h"
 
 // The navigation writers: one RINEX 3.02 navigation file per satellite
@@ -26,7 +26,11 @@ constexpr uint32_t kReservedLeapSeconds = 3;    // the LEAP SECONDS line in all 
 class CWriteRinexNav
 {
 public:
-    CWriteRinexNav();
+    // The GPS writer: its records come from `table`, the ionosphere, UTC and
+    // leap second lines from `utc`.
+    CWriteRinexNav(CGpsNavState& table, CUtcState& utc);
+    CWriteRinexNav(const CWriteRinexNav&) = delete;
+    CWriteRinexNav& operator=(const CWriteRinexNav&) = delete;
 
     // Takes the writer's stream, possibly null, at the start of the run.
     void SetFile(std::FILE* stream);
@@ -53,7 +57,7 @@ public:
     static void MakeVersionLine(const char* typeText, char (&line)[kNavLineBytes + 1]);
     // Writes the version line and the "PGM / RUN BY / DATE" line.
     void HeaderBegin(const char* versionLine);
-    // Writes "END OF HEADER" and counts the header.
+    // Writes "END OF HEADER".
     void HeaderEnd();
     // A whole header whose four reserved lines stand as blank COMMENT lines
     // until their data arrive, as the GPS and BeiDou files have it: version
@@ -79,9 +83,16 @@ public:
     uint8_t m_bIonoWritten;
     StreamPos m_aposCorrLine[kReservedLines];
     std::FILE* m_pFile;
-    uint32_t m_uHeaderCounter;
     uint8_t m_bLeapWritten;
     uint32_t m_auLastIssue[kMaxSatRows]; // by row: key of the last record written, kNoIssue for none
+    uint32_t m_uSatsWritten;    // satellites with at least one record in the file
+    uint32_t m_uRecordsWritten; // records in the file
+
+protected:
+    CUtcState& m_Utc;
+
+private:
+    CGpsNavState& m_Table;
 };
 
 // The pass of every navigation writer over its satellites 1 to `last`:
@@ -118,8 +129,8 @@ void PassPendingRecords(Writer& writer, State& state, uint32_t last, bool force,
         if (writer.m_pFile != nullptr)
         {
             if (lastIssue == kNoIssue)
-                ++RunStats.m_uNavSatsWritten;
-            ++RunStats.m_uNavWrites;
+                ++writer.m_uSatsWritten;
+            ++writer.m_uRecordsWritten;
         }
         lastIssue = key;
         (writer.*writeRecord)(number, *record);
@@ -135,5 +146,4 @@ extern const double g_aUraMetres[kUraEntries];
 // Fit interval of a GPS record in hours, as its orbit line 7 shows it.
 double GpsFitIntervalHours(const SGpsEphemeris& record);
 
-// The run's GPS navigation writer.
-extern CWriteRinexNav g_GpsNavWriter;
+

@@ -4,11 +4,9 @@
 #include <cstdio>
 #include <cstring>
 
-#include "driver/RunStats.h"
 #include "gnsstime/GpsTime.h"
 #include "navstate/GlonassFrequencies.h"
 #include "platform/FileIo.h"
-#include "platform/Trace.h"
 #include "rinex/DecimalFields.h"
 #include "rinex/ObsWriter.h"
 
@@ -21,27 +19,6 @@ namespace
 
 constexpr double kGpsL1Hz = 1575419999.9999988;
 constexpr double kGpsL2Hz = 1227600000.0000012;
-
-// GPS numbers above this are SBAS satellites, which never reach the file.
-constexpr uint32_t kLastGpsNumber = 32;
-
-// A list element is the satellite number plus its system's base.
-enum ESystem : int32_t
-{
-    eSystemNone = -1,
-    eSystemGps = 0,
-    eSystemGlonass = 1,
-    eSystemBeidou = 2,
-};
-constexpr int32_t g_aSystemBase[3] = {0, 35, 59};
-
-int32_t SystemOfListEntry(int32_t element)
-{
-    for (int32_t system = eSystemBeidou; system >= eSystemGps; --system)
-        if (element > g_aSystemBase[system])
-            return system;
-    return eSystemNone;
-}
 
 constexpr const char* kSixtySeconds = " 60.0000000";
 // Moves an epoch whose seven-decimal seconds round to 60 into the next minute.
@@ -126,40 +103,37 @@ void AppendSatellite(char* line, size_t size, size_t& length, char system, int32
     line[length] = '\0';
 }
 
-char LliOf(const SObsEntry& entry)
+// The loss-of-lock character of a phase: a slip since the last written
+// epoch, or a gap the file showed for the signal (`repeat`).
+char LliOf(const SObsEntry& entry, uint8_t repeat = 0)
 {
-    return (entry.m_uLli != 0 || entry.m_uRepeatLli != 0) ? '1' : ' ';
+    return (entry.m_uLli != 0 || repeat != 0) ? '1' : ' ';
 }
 
 // Appends the phase, code and Doppler group of one signal, or a blank triple
-// when it has no value. A blank marks the signal, so that its next phase
-// value carries the loss-of-lock flag: the file showed a gap.
-void AppendSignal(char* line, size_t size, size_t& length, SObsEntry& entry, bool hasValue, double rangeShift,
-                  double phaseShift)
+// when it has no value. A blank sets `repeat`, so that the signal's next
+// phase value carries the loss-of-lock flag: the file showed a gap.
+void AppendSignal(char* line, size_t size, size_t& length, const SObsEntry& entry, uint8_t& repeat, bool hasValue,
+                  double rangeShift, double phaseShift)
 {
     if (hasValue)
     {
-        AppendValue(line, size, length, phaseShift + entry.m_dPhase, LliOf(entry), entry.m_uStrength);
+        AppendValue(line, size, length, phaseShift + entry.m_dPhase, LliOf(entry, repeat), entry.m_uStrength);
         AppendValue(line, size, length, rangeShift + entry.m_dPseudorange, ' ', entry.m_uStrength);
         AppendValue(line, size, length, entry.m_dDoppler, ' ', entry.m_uStrength);
-        entry.m_uRepeatLli = 0;
+        repeat = 0;
     }
     else
     {
         for (int i = 0; i < 3; ++i)
             AppendValue(line, size, length, 0.0, ' ', 0u);
-        entry.m_uRepeatLli = 1;
+        repeat = 1;
     }
 }
 
-bool IsListed(const SObsEntry& entry)
+bool IsGlonassSlot(uint32_t number)
 {
-    return entry.m_bValid && entry.m_bGood;
-}
-
-bool IsGlonassSlot(int32_t number)
-{
-    return number >= 1 && number <= static_cast<int32_t>(kGlonassSlots);
+    return number >= 1 && number <= kGlonassSlots;
 }
 
 void PutLine(std::FILE* file, const char* line)
@@ -243,38 +217,8 @@ double CWriteRinexObs::CalendarForPrint(const GpsTime& time, SCalendarTime& cale
     return 0.0;
 }
 
-void CWriteRinexObs::ClearEpochTables()
+void CWriteRinexObs::WriteEpoch(const SObsEpoch& epoch)
 {
-    // Measurements, numbers, strengths and the repeat marks live on: only
-    // the flags say what belongs to the pending epoch.
-    const auto clear = [](SObsEntry* table, uint32_t rows) {
-        for (uint32_t row = 0; row < rows; ++row)
-        {
-            table[row].m_uLli = 0;
-            table[row].m_bValid = 0;
-            table[row].m_bGood = 0;
-        }
-    };
-    clear(m_aGpsL1, kSatRows);
-    clear(m_aGpsL2, kSatRows);
-    clear(m_aGpsL1P, kSatRows);
-    clear(m_aGloL1, kSatRows);
-    clear(m_aGloL2, kSatRows);
-    // BeiDou rows no message has reached hold nothing.
-    for (SObsEntry* band : m_aBds)
-        clear(band, std::min(m_uBdsRowsInUse, kBeidouRows));
-}
-
-void CWriteRinexObs::FlushEpoch()
-{
-    m_bEpochOpen = 0;
-    // A rejected epoch writes nothing; its loss-of-lock marks stay in the
-    // entries and reach the next written epoch.
-    if (!m_bEpochAccepted)
-        return;
-
-    int32_t list[kEpochListSize] = {};
-
     // Provisional event records give their place to the epoch that was being
     // gathered when they arrived, and are written again behind it.
     const bool markerPending = m_bMarkerPending != 0;
@@ -292,74 +236,26 @@ void CWriteRinexObs::FlushEpoch()
         SeekTo(m_posMovingStart);
     }
 
-    WriteObsHeader();
-
-    const uint32_t count = WriteEpochLine(list);
-    if (count > 0)
+    WriteObsHeader(epoch);
+    if (epoch.m_uListCount > 0)
     {
-        WriteSatelliteLines(list, count);
-        ++RunStats.m_uEpochsWritten;
-        RunStats.m_uObsWritten += count;
+        WriteEpochLine(epoch);
+        WriteSatelliteLines(epoch);
     }
 
     if (markerPending)
         WriteMarkerBlock();
     if (movingPending)
         WriteMovingRecords();
-
-    if (RunStats.m_timeFirstEpoch.m_uWeek == 0)
-        RunStats.m_timeFirstEpoch = m_timeEpoch;
-
-    m_bEpochAccepted = 0;
-    ClearEpochTables();
 }
 
-uint32_t CWriteRinexObs::WriteEpochLine(int32_t list[kEpochListSize])
+void CWriteRinexObs::WriteEpochLine(const SObsEpoch& epoch)
 {
-    // Selection: every satellite with data, in ascending row order per system;
-    // the list has room for all of them. Numbers outside a system's range
-    // never enter the list: the list tells systems apart by number ranges
-    // alone.
-    uint32_t count = 0;
-    for (uint32_t row = 0; row < kSatRows && count < kEpochListSize; ++row)
-    {
-        const SObsEntry& entry = m_aGpsL1[row];
-        if (IsListed(entry) && entry.m_uPRN >= 1 && entry.m_uPRN <= static_cast<int32_t>(kLastGpsNumber))
-            list[count++] = entry.m_uPRN + g_aSystemBase[eSystemGps];
-    }
-    if (m_bSeenGlonass)
-    {
-        for (uint32_t row = 0; row < kGlonassSlots && count < kEpochListSize; ++row)
-        {
-            const SObsEntry& entry = m_aGloL1[row];
-            if (IsListed(entry) && IsGlonassSlot(entry.m_uPRN))
-                list[count++] = entry.m_uPRN + g_aSystemBase[eSystemGlonass];
-        }
-    }
-    if (m_abSeenBeidou[0] || m_abSeenBeidou[1] || m_abSeenBeidou[2])
-    {
-        const uint32_t bdsRows = std::min(m_uBdsRowsInUse, kBeidouRows);
-        for (uint32_t row = 0; row < bdsRows && count < kEpochListSize; ++row)
-        {
-            for (uint32_t band = 0; band < kBdsBands; ++band)
-            {
-                const SObsEntry& entry = m_aBds[band][row];
-                if (!IsListed(entry))
-                    continue;
-                if (entry.m_uPRN >= 1)
-                    list[count++] = entry.m_uPRN + g_aSystemBase[eSystemBeidou];
-                break;
-            }
-        }
-    }
-    if (count == 0)
-        return 0;
-
     // Time. The seconds print with seven decimals and never show 60; what
     // the printing takes from the time is kept in m_dEpochRemainder and
     // given back to the measurements. The epoch line shows GPS time.
     SCalendarTime calendar{};
-    const double seconds = CalendarForPrint(m_timeEpoch, calendar, m_dEpochRemainder);
+    const double seconds = CalendarForPrint(epoch.m_timeEpoch, calendar, m_dEpochRemainder);
 
     // "> %4d%3d%3d%3d%3d%11.7f%3d%3d": the time, the epoch flag 0 and the count.
     char line[64] = "> ";
@@ -369,19 +265,19 @@ uint32_t CWriteRinexObs::WriteEpochLine(int32_t list[kEpochListSize])
         AppendIntField(line, sizeof(line), length, field, 3);
     AppendFixedField(line, sizeof(line), length, FormatF11_7, seconds);
     AppendIntField(line, sizeof(line), length, 0, 3);
-    AppendIntField(line, sizeof(line), length, static_cast<int32_t>(count), 3);
+    AppendIntField(line, sizeof(line), length, static_cast<int32_t>(epoch.m_uListCount), 3);
     if (m_pFile != nullptr)
         PutLine(m_pFile, line);
 
     StampMarkerEpoch(line);
-    return count;
 }
 
-void CWriteRinexObs::WriteSatelliteLines(const int32_t list[kEpochListSize], uint32_t count)
+void CWriteRinexObs::WriteSatelliteLines(const SObsEpoch& epoch)
 {
     if (m_pFile == nullptr)
         return;
-    count = std::min(count, kEpochListSize);
+    const int32_t* list = epoch.m_aiList;
+    const uint32_t count = std::min(epoch.m_uListCount, kEpochListSize);
 
     const double r = m_dEpochRemainder;
     const double rangeShift = r * kSpeedOfLight;
@@ -395,8 +291,8 @@ void CWriteRinexObs::WriteSatelliteLines(const int32_t list[kEpochListSize], uin
         if (SystemOfListEntry(list[next]) != eSystemGps)
             break;
         const int32_t number = list[next] - g_aSystemBase[eSystemGps];
-        SObsEntry& l1 = m_aGpsL1[row];
-        if (l1.m_uPRN != number)
+        const SObsEntry& l1 = epoch.m_aGpsL1[row];
+        if (static_cast<int32_t>(l1.m_uPRN) != number)
             continue;
 
         char* line = block.NextLine();
@@ -405,23 +301,19 @@ void CWriteRinexObs::WriteSatelliteLines(const int32_t list[kEpochListSize], uin
         AppendValue(line, size, length, r * kGpsL1Hz + l1.m_dPhase, LliOf(l1), l1.m_uStrength);
         AppendValue(line, size, length, rangeShift + l1.m_dPseudorange, ' ', l1.m_uStrength);
         AppendValue(line, size, length, l1.m_dDoppler, ' ', l1.m_uStrength);
-        l1.m_uRepeatLli = 0;
 
-        if (m_bSeenL2)
+        if (epoch.m_bSeenL2)
         {
-            SObsEntry& l2 = m_aGpsL2[row];
-            AppendSignal(line, size, length, l2, IsListed(l2), rangeShift, r * kGpsL2Hz);
+            const SObsEntry& l2 = epoch.m_aGpsL2[row];
+            AppendSignal(line, size, length, l2, m_abRepeatGpsL2[row], IsListed(l2), rangeShift, r * kGpsL2Hz);
         }
-        if (m_bSeenL1P)
+        if (epoch.m_bSeenL1P)
         {
-            const SObsEntry& p = m_aGpsL1P[row];
+            const SObsEntry& p = epoch.m_aGpsL1P[row];
             if (IsListed(p))
                 AppendValue(line, size, length, rangeShift + p.m_dPseudorange, ' ', p.m_uStrength);
             else
-            {
                 AppendValue(line, size, length, 0.0, ' ', 0u);
-                TraceMsg("BLANK GPS L1P\n");
-            }
         }
         block.Keep(length);
         ++next;
@@ -429,35 +321,35 @@ void CWriteRinexObs::WriteSatelliteLines(const int32_t list[kEpochListSize], uin
     if (next >= count)
         return;
 
-    if (m_bSeenGlonass)
+    if (epoch.m_bSeenGlonass)
     {
         for (uint32_t row = 0; row < kGlonassSlots && next < count; ++row)
         {
             if (SystemOfListEntry(list[next]) != eSystemGlonass)
                 break;
             const int32_t number = list[next] - g_aSystemBase[eSystemGlonass];
-            SObsEntry& l1 = m_aGloL1[row];
-            if (l1.m_uPRN != number)
+            const SObsEntry& l1 = epoch.m_aGloL1[row];
+            if (static_cast<int32_t>(l1.m_uPRN) != number)
                 continue;
 
             char* line = block.NextLine();
             size_t length = 0;
-            const double l1Wavelength = g_aGlonassWavelength[number - 1][0];
+            const double l1Wavelength = m_Frequencies.m_aGlonassWavelength[number - 1][0];
             AppendSatellite(line, size, length, 'R', number);
             AppendValue(line, size, length, rangeShift / l1Wavelength + l1.m_dPhase, LliOf(l1),
                         l1.m_uStrength);
             AppendValue(line, size, length, rangeShift + l1.m_dPseudorange, ' ', l1.m_uStrength);
             AppendValue(line, size, length, l1.m_dDoppler, ' ', l1.m_uStrength);
-            l1.m_uRepeatLli = 0;
 
-            if (m_bSeenL2)
+            if (epoch.m_bSeenL2)
             {
                 // An entry whose number is no slot has no wavelength; it is
                 // written as a gap.
-                SObsEntry& l2 = m_aGloL2[row];
+                const SObsEntry& l2 = epoch.m_aGloL2[row];
                 const bool hasValue = IsListed(l2) && IsGlonassSlot(l2.m_uPRN);
-                const double phaseShift = hasValue ? rangeShift / g_aGlonassWavelength[l2.m_uPRN - 1][1] : 0.0;
-                AppendSignal(line, size, length, l2, hasValue, rangeShift, phaseShift);
+                const double phaseShift =
+                    hasValue ? rangeShift / m_Frequencies.m_aGlonassWavelength[l2.m_uPRN - 1][1] : 0.0;
+                AppendSignal(line, size, length, l2, m_abRepeatGloL2[row], hasValue, rangeShift, phaseShift);
             }
             block.Keep(length);
             ++next;
@@ -472,22 +364,20 @@ void CWriteRinexObs::WriteSatelliteLines(const int32_t list[kEpochListSize], uin
         const int32_t number = list[next] - g_aSystemBase[eSystemBeidou];
         bool match = false;
         for (uint32_t band = 0; band < kBdsBands && !match; ++band)
-            match = m_abSeenBeidou[band] && m_aBds[band][row].m_uPRN == number;
+            match = epoch.m_abSeenBeidou[band] && static_cast<int32_t>(epoch.m_aBds[band][row].m_uPRN) == number;
 
         char* line = block.NextLine();
         size_t length = 0;
         if (match)
-        {
             AppendSatellite(line, size, length, 'C', number);
-        }
         bool holdsValue = false;
         for (uint32_t band = 0; band < kBdsBands; ++band)
         {
-            if (!m_abSeenBeidou[band])
+            if (!epoch.m_abSeenBeidou[band])
                 continue;
-            SObsEntry& entry = m_aBds[band][row];
+            const SObsEntry& entry = epoch.m_aBds[band][row];
             const bool hasValue = match && IsListed(entry);
-            AppendSignal(line, size, length, entry, hasValue, rangeShift,
+            AppendSignal(line, size, length, entry, m_abRepeatBds[band][row], hasValue, rangeShift,
                          rangeShift / kBeidouBandWavelength[band]);
             holdsValue = holdsValue || hasValue;
         }

@@ -24,7 +24,7 @@ namespace
 constexpr double kLastObsOffset = 5e-07;
 
 // Stream chunks moved at a time when the header grows by a line.
-char s_aMoveBuffer[4096];
+constexpr size_t kMoveChunkSize = 4096;
 
 // Formats one header line into `dst`, which holds at least 82 bytes, and
 // returns its length. A line that printf would make longer than 81 bytes (a
@@ -184,17 +184,18 @@ void CWriteRinexObs::GrowHeaderByOneLine(StreamPos& saved)
     if (std::fseek(m_pFile, 0, SEEK_END) != 0)
         NoteIoError();
     StreamPos from = GetStreamPos(m_pFile);
+    char buffer[kMoveChunkSize];
 
     while (from > tailStart)
     {
         StreamPos chunk = from - tailStart;
-        if (chunk > static_cast<StreamPos>(sizeof(s_aMoveBuffer)))
-            chunk = sizeof(s_aMoveBuffer);
+        if (chunk > static_cast<StreamPos>(kMoveChunkSize))
+            chunk = kMoveChunkSize;
         from -= chunk;
         SeekTo(from);
-        const size_t got = std::fread(s_aMoveBuffer, 1, static_cast<size_t>(chunk), m_pFile);
+        const size_t got = std::fread(buffer, 1, static_cast<size_t>(chunk), m_pFile);
         SeekTo(from + kLineBytes);
-        std::fwrite(s_aMoveBuffer, 1, got, m_pFile);
+        std::fwrite(buffer, 1, got, m_pFile);
     }
     std::fflush(m_pFile);
 
@@ -208,27 +209,25 @@ void CWriteRinexObs::GrowHeaderByOneLine(StreamPos& saved)
     shift(saved);
 }
 
-void CWriteRinexObs::WriteObsHeader()
+void CWriteRinexObs::WriteObsHeader(const SObsEpoch& epoch)
 {
     if (m_pFile == nullptr)
         return;
 
-    if (m_timeFirstObs.m_uWeek == 0)
-    {
-        m_timeFirstObs = m_timeEpoch;
+    // The run date is taken with the first header and stays.
+    const bool firstWriting = !m_bHeaderPlaced;
+    if (firstWriting)
         FormatRunDate(m_szRunDate, sizeof(m_szRunDate));
-    }
 
     // A header once mixed stays mixed, so it never shrinks away from the data
     // behind it.
-    const bool mixed = m_bHeaderMixed || m_bSeenGlonass || m_abSeenBeidou[0];
-    const bool firstWriting = !m_bHeaderPlaced;
+    const bool mixed = m_bHeaderMixed || epoch.m_bSeenGlonass || epoch.m_abSeenBeidou[0];
     const bool grows = !firstWriting && mixed && !m_bHeaderMixed;
     m_bHeaderMixed = mixed ? 1 : 0;
     SHeaderImage& image = m_imagePending;
     image.m_uLength = 0;
 
-    const SExternalHeader& ext = g_ExternalHeader;
+    const SExternalHeader& ext = m_External;
 
     if (mixed)
     {
@@ -240,9 +239,8 @@ void CWriteRinexObs::WriteObsHeader()
         image.Append("     3.02           OBSERVATION DATA    GPS                 RINEX VERSION / TYPE\n");
     }
 
-    // The run date is taken with the first observation and stays.
-    const std::initializer_list<double> firstObs = {static_cast<double>(m_timeFirstObs.m_uWeek),
-                                                    m_timeFirstObs.m_dSeconds};
+    const GpsTime& firstTime = epoch.m_timeFirstObs;
+    const std::initializer_list<double> firstObs = {static_cast<double>(firstTime.m_uWeek), firstTime.m_dSeconds};
     if (!MemoHolds(m_memoProgram, firstObs))
         FormatHeaderLine(m_memoProgram.m_szText, kProgramLineFormat, kProgramName, kRunBy, m_szRunDate);
     image.Append(m_memoProgram.m_szText);
@@ -279,27 +277,15 @@ void CWriteRinexObs::WriteObsHeader()
     PutSiteLine(image, ext.m_szAntennaDeltaLine,
                 "        0.0000        0.0000        0.0000                  ANTENNA: DELTA H/E/N\n");
 
-    // The distance of the first two flushed epochs, in whole seconds, sets the
-    // interval once; the rate detection may change it later, and each rewrite
-    // prints its latest value. An interval given on the command line stays.
-    if (!firstWriting && !m_bIntervalLatched)
-    {
-        const double dt = (static_cast<double>(m_timeEpoch.m_uWeek) - static_cast<double>(m_timeFirstObs.m_uWeek)) *
-                              kSecondsPerWeek +
-                          (m_timeEpoch.m_dSeconds - m_timeFirstObs.m_dSeconds);
-        const double d = std::floor(dt + 0.5);
-        m_bIntervalLatched = 1;
-        if (d > 0.001 && !m_bIntervalFixed)
-            m_dInterval = d;
-    }
-    if (!MemoHolds(m_memoInterval, {m_dInterval}))
-        FormatHeaderLine(m_memoInterval.m_szText, "%10.3f%s", m_dInterval,
+    // The interval as the epochs have shown it so far, or as given.
+    if (!MemoHolds(m_memoInterval, {epoch.m_dInterval}))
+        FormatHeaderLine(m_memoInterval.m_szText, "%10.3f%s", epoch.m_dInterval,
                          "                                                  INTERVAL            \n");
     image.Append(m_memoInterval.m_szText);
 
-    if (m_bSeenL2 && m_bSeenL1P)
+    if (epoch.m_bSeenL2 && epoch.m_bSeenL1P)
         image.Append("G    7 L1C C1C D1C L2Y C2Y D2Y C1Y                          SYS / # / OBS TYPES \n");
-    else if (m_bSeenL2)
+    else if (epoch.m_bSeenL2)
         image.Append("G    6 L1C C1C D1C L2Y C2Y D2Y                              SYS / # / OBS TYPES \n");
     else
         image.Append("G    3 L1C C1C D1C                                          SYS / # / OBS TYPES \n");
@@ -312,7 +298,7 @@ void CWriteRinexObs::WriteObsHeader()
     if (!MemoHolds(m_memoFirstObs, firstObs))
     {
         double remainder = 0.0;
-        const double firstSeconds = CalendarForPrint(m_timeFirstObs, calendar, remainder);
+        const double firstSeconds = CalendarForPrint(firstTime, calendar, remainder);
         FormatObsTimeLine(m_memoFirstObs.m_szText, calendar, firstSeconds,
                           "      GPS         TIME OF FIRST OBS   \n");
     }
@@ -320,7 +306,7 @@ void CWriteRinexObs::WriteObsHeader()
 
     // Last observation: the half unit of the sixth decimal carries a time
     // such as 59.9999998 into the next minute by itself.
-    GpsPlusToCalendar(m_timeEpoch, calendar, kLastObsOffset);
+    GpsPlusToCalendar(epoch.m_timeEpoch, calendar, kLastObsOffset);
     char lastObs[kLineBytes + 1];
     FormatObsTimeLine(lastObs, calendar, calendar.m_dSeconds, "      GPS         TIME OF LAST OBS    \n");
     image.Append(lastObs);
@@ -332,7 +318,7 @@ void CWriteRinexObs::WriteObsHeader()
     double keys[kGlonassSlots];
     for (uint32_t slot = 0; slot < kGlonassSlots; ++slot)
     {
-        k[slot] = g_aGlonassChannel[slot] - 8;
+        k[slot] = m_Frequencies.FrequencyChannel(slot);
         keys[slot] = k[slot];
     }
     static_assert(kGlonassSlots == 24, "the slot lines name 24 slots");

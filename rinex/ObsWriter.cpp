@@ -7,8 +7,8 @@
 #include "gnsstime/GpsTime.h"
 #include "platform/FileIo.h"
 
-// The observation writer object: its defaults, the site event records that
-// are inserted into the epoch stream, and the forwarders of the conversion loop.
+// The observation writer object: its defaults and the site event records that
+// are inserted into the epoch stream.
 //
 // The event records must stand behind the epoch that was being gathered when
 // the event arrived, although that epoch isn't on disk yet, and they carry
@@ -18,10 +18,6 @@
 // rewrite has the same length: the marker block is always 441 bytes, the
 // moving records always 150.
 
-SExternalHeader g_ExternalHeader = {};
-
-CWriteRinexObs g_ObsWriter;
-
 namespace
 {
 
@@ -30,37 +26,18 @@ constexpr const char* kNewMarkerComment = " *** START NEW MARKER *** ";
 constexpr const char* kMovingComment = " *** START MOVING ANTENNA *** ";
 constexpr const char* kNoMarkerPosition = " NO VALID POSITION RECORD FOUND FOR THIS MARKER";
 
-// Line buffer of RemoveMarkerBlock; one conversion runs on one thread.
-char s_aLineBuffer[1024];
+// A line of the file as RemoveMarkerBlock moves it.
+constexpr size_t kMoveLineSize = 1024;
 
 } // namespace
 
-CWriteRinexObs::CWriteRinexObs(std::FILE* stream, double interval, bool fixed, const double* position)
+CWriteRinexObs::CWriteRinexObs(const SExternalHeader& external, const CGlonassFrequencies& frequencies)
     : m_dEpochRemainder(0.0),
-      m_pFile(stream),
-      m_dInterval(interval),
-      m_bIntervalFixed(fixed ? 1 : 0),
-      m_aRateState{},
-      m_bEpochAccepted(0),
-      m_bEpochOpen(0),
-      m_bRateAligned(0),
-      m_bSeenL2(0),
-      m_bSeenL1P(0),
-      m_bSeenGlonass(0),
-      m_abSeenBeidou{},
+      m_pFile(nullptr),
       m_aApproxXyz{},
-      m_bIntervalLatched(0),
-      m_timeEpoch{},
-      m_timeFirstObs{},
       m_szRunDate{},
       m_posHeader(0),
       m_bHeaderPlaced(0),
-      m_aGpsL1{},
-      m_aGpsL2{},
-      m_aGpsL1P{},
-      m_aGloL1{},
-      m_aGloL2{},
-      m_aBds{},
       m_posMarkerStart(0),
       m_posMarkerEnd(0),
       m_posMovingStart(0),
@@ -75,14 +52,16 @@ CWriteRinexObs::CWriteRinexObs(std::FILE* stream, double interval, bool fixed, c
       m_bMarkerPending(0),
       m_bMovingPending(0),
       m_iIoError(0),
+      m_External(external),
+      m_Frequencies(frequencies),
       m_posHeaderEnd(0),
       m_bHeaderMixed(0),
+      m_abRepeatGpsL2{},
+      m_abRepeatGloL2{},
+      m_abRepeatBds{},
       m_bImagePending(0)
 {
-    if (position != nullptr)
-        std::memcpy(m_aApproxXyz, position, sizeof(m_aApproxXyz));
     FormatAntennaDeltaLine(0.0, m_szAntennaDelta);
-    ClearEpochTables();
 }
 
 void FormatAntennaDeltaLine(double height, char (&line)[kHeaderLineSize])
@@ -91,11 +70,9 @@ void FormatAntennaDeltaLine(double height, char (&line)[kHeaderLineSize])
                   "ANTENNA: DELTA H/E/N");
 }
 
-void CWriteRinexObs::SetSite(std::FILE* stream, double interval, bool fixed, const double* position)
+void CWriteRinexObs::SetSite(std::FILE* stream, const double* position)
 {
     m_pFile = stream;
-    m_dInterval = interval;
-    m_bIntervalFixed = fixed ? 1 : 0;
     if (position != nullptr)
         std::memcpy(m_aApproxXyz, position, sizeof(m_aApproxXyz));
     else
@@ -235,14 +212,15 @@ void CWriteRinexObs::RemoveMarkerBlock()
 
     // Everything behind the block moves forward by the block's length, line
     // by line; reading always runs ahead of writing, so nothing is lost.
+    char line[kMoveLineSize];
     for (;;)
     {
         SeekTo(read);
-        if (std::fgets(s_aLineBuffer, sizeof(s_aLineBuffer), m_pFile) == nullptr)
+        if (std::fgets(line, sizeof(line), m_pFile) == nullptr)
             break;
         read = GetStreamPos(m_pFile);
         SeekTo(write);
-        std::fputs(s_aLineBuffer, m_pFile);
+        std::fputs(line, m_pFile);
         write = GetStreamPos(m_pFile);
     }
 
@@ -261,57 +239,4 @@ void CWriteRinexObs::NoteIoError()
 {
     if (m_iIoError == 0)
         m_iIoError = errno != 0 ? errno : EIO;
-}
-
-void FlushEpoch()
-{
-    g_ObsWriter.FlushEpoch();
-}
-
-void FlushIfEpochChanged()
-{
-    GpsTime now{};
-    GetLogTime(now);
-    if (now.m_dSeconds != g_ObsWriter.m_timeEpoch.m_dSeconds)
-        g_ObsWriter.FlushEpoch();
-}
-
-void EndObservations()
-{
-    g_ObsWriter.FlushEpoch();
-}
-
-void BeginMarker(const char* name, const char* number)
-{
-    g_ObsWriter.BeginMarker(name, number);
-}
-
-void BeginMoving()
-{
-    g_ObsWriter.BeginMoving();
-}
-
-void UpdateMarker(const char* name, const char* number)
-{
-    g_ObsWriter.UpdateMarker(name, number);
-}
-
-void RemoveMarkerBlock()
-{
-    g_ObsWriter.RemoveMarkerBlock();
-}
-
-void SetAntennaDelta(const char* text)
-{
-    g_ObsWriter.SetAntennaDelta(text);
-}
-
-void SetMarkerPosition(const double xyz[3])
-{
-    g_ObsWriter.SetMarkerPosition(xyz);
-}
-
-void SetMovingAtStart(bool moving)
-{
-    g_ObsWriter.SetMovingAtStart(moving);
 }

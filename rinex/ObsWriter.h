@@ -8,21 +8,8 @@
 #include "navstate/BeidouCarriers.h"
 #include "navstate/GlonassFrequencies.h"
 #include "navstate/NavState.h"
+#include "obsconv/ObsEpoch.h"
 #include "platform/FileIo.h"
-
-// One signal of one satellite in the pending epoch.
-struct SObsEntry
-{
-    double m_dPseudorange; // metres
-    double m_dPhase;       // cycles
-    double m_dDoppler;     // Hz, in the sign the file shows
-    uint32_t m_uLli;       // a loss of lock was seen since the last written epoch
-    uint32_t m_uRepeatLli; // the last line that could carry this signal had no value for it
-    uint32_t m_uStrength;  // signal strength digit, 1 to 9
-    int32_t m_uPRN;        // satellite number; survives the reset between epochs
-    uint8_t m_bValid;      // holds data of the pending epoch
-    uint8_t m_bGood;       // carrier lock flag set and a row of its own (not an SBAS row)
-};
 
 // Ready-made header lines of the site, from -H or from the log's records.
 // A line left empty keeps the one the header has without them.
@@ -39,17 +26,11 @@ struct SExternalHeader
     char m_szAntennaDeltaLine[kHeaderLineSize];
     char m_szApproxPositionLine[kHeaderLineSize];
 };
-extern SExternalHeader g_ExternalHeader;
 
 // The ANTENNA: DELTA H/E/N line, 80 characters, of an antenna `height` metres
 // above the marker with no east or north offset: "%14.4f%14.4f%14.4f" and
 // the label. A height of 0 gives the line a header has without a site record.
 void FormatAntennaDeltaLine(double height, char (&line)[kHeaderLineSize]);
-
-constexpr uint32_t kBdsBands = kBeidouBands;
-// Satellites of one epoch line, all systems: every GPS number up to 32, every
-// GLONASS slot and every BeiDou number may stand in it at once.
-constexpr uint32_t kEpochListSize = kFixedRows + kGlonassSlots + kBeidouRows;
 
 // Header lines made from numbers, kept with the numbers they were made from.
 // The header is rewritten at every epoch and these lines rarely change: a
@@ -88,15 +69,21 @@ struct SHeaderImage
     }
 };
 
-// The observation file: its stream, interval and position, the table of the
-// pending epoch, and the site event records inserted into the epoch stream.
+// The observation file: its stream and position, the header made from the
+// epochs it is handed, and the site event records inserted into the epoch
+// stream. It turns epochs into lines; it keeps only what the lines need
+// from one epoch to the next.
 class CWriteRinexObs
 {
 public:
-    CWriteRinexObs(std::FILE* stream = nullptr, double interval = 1.0, bool fixed = false,
-                   const double* position = nullptr);
+    // The header's site lines come from `external` (a line left empty keeps
+    // the writer's own), the GLONASS slot lines and phase shifts from
+    // `frequencies`. Both are read at every epoch.
+    CWriteRinexObs(const SExternalHeader& external, const CGlonassFrequencies& frequencies);
 
-    void SetSite(std::FILE* stream, double interval, bool fixed, const double* position);
+    // At the start of the run: the stream (may be null) and the approximate
+    // position of the header (null: none).
+    void SetSite(std::FILE* stream, const double* position);
     void SetMovingAtStart(bool moving);
 
     // Site events.
@@ -110,46 +97,25 @@ public:
     void WriteMarkerBlock();
     void WriteMovingRecords();
 
-    // Header and epochs.
-    void WriteObsHeader();
+    // An accepted epoch: provisional event records give their place to it and
+    // are written again behind it; the header is made anew; the epoch line
+    // and one line per listed satellite follow.
+    void WriteEpoch(const SObsEpoch& epoch);
+    void WriteObsHeader(const SObsEpoch& epoch);
     // Brings the file on disk up to date: first the epochs written so far,
     // then the header that names them. Between two of these the header in
     // the file may lag behind the epochs, never run ahead of them. Returns
     // false when the file can't be written.
     bool SyncToDisk();
-    void FlushEpoch();
-    uint32_t WriteEpochLine(int32_t list[kEpochListSize]);
-    void WriteSatelliteLines(const int32_t list[kEpochListSize], uint32_t count);
-    void ClearEpochTables();
+    void WriteEpochLine(const SObsEpoch& epoch);
+    void WriteSatelliteLines(const SObsEpoch& epoch);
 
     double m_dEpochRemainder;
     std::FILE* m_pFile;
-    double m_dInterval;
-    uint8_t m_bIntervalFixed;
-    double m_aRateState[3]; // last step, present run of equal steps, longest run
-    uint8_t m_bEpochAccepted;
-    uint8_t m_bEpochOpen;
-    uint8_t m_bRateAligned;
-    uint8_t m_bSeenL2;
-    uint8_t m_bSeenL1P;
-    uint8_t m_bSeenGlonass;
-    uint8_t m_abSeenBeidou[kBdsBands];
     double m_aApproxXyz[3];
-    uint8_t m_bIntervalLatched;
-    GpsTime m_timeEpoch;
-    GpsTime m_timeFirstObs;
     char m_szRunDate[256];
     StreamPos m_posHeader;
     uint8_t m_bHeaderPlaced;
-    SObsEntry m_aGpsL1[kSatRows];
-    SObsEntry m_aGpsL2[kSatRows];
-    SObsEntry m_aGpsL1P[kSatRows];
-    SObsEntry m_aGloL1[kSatRows];
-    SObsEntry m_aGloL2[kSatRows];
-    SObsEntry m_aBds[kBdsBands][kBeidouRows];
-    // One more than the highest BeiDou row a message has reached in the run:
-    // the rows from here on are untouched, and an epoch's passes stop here.
-    uint32_t m_uBdsRowsInUse = 0;
     StreamPos m_posMarkerStart;
     StreamPos m_posMarkerEnd;
     StreamPos m_posMovingStart;
@@ -182,8 +148,17 @@ private:
     // any carry less what their seven-decimal text reads as.
     static double CalendarForPrint(const GpsTime& time, SCalendarTime& calendar, double& remainder);
 
+    const SExternalHeader& m_External;
+    const CGlonassFrequencies& m_Frequencies;
+
     StreamPos m_posHeaderEnd; // first byte behind END OF HEADER
     uint8_t m_bHeaderMixed;   // the header in the file has the mixed form
+
+    // A signal whose last line had no value for it: its next phase carries
+    // the loss-of-lock mark, since the file showed a gap.
+    uint8_t m_abRepeatGpsL2[kSatRows];
+    uint8_t m_abRepeatGloL2[kSatRows];
+    uint8_t m_abRepeatBds[kBdsBands][kBeidouRows];
 
     SHeaderLineMemo m_memoProgram;
     SHeaderLineMemo m_memoPosition;
@@ -199,18 +174,3 @@ private:
     SHeaderImage m_imagePending;
     uint8_t m_bImagePending;
 };
-
-// The run's one observation writer.
-extern CWriteRinexObs g_ObsWriter;
-
-// Forwarders through which the conversion loop and the site inputs reach the writer.
-void FlushEpoch();
-void FlushIfEpochChanged(); // flushes when the log time's seconds differ from the epoch's
-void EndObservations();     // writes the last pending epoch at the end of the input
-void BeginMarker(const char* name, const char* number);
-void BeginMoving();
-void UpdateMarker(const char* name, const char* number);
-void RemoveMarkerBlock();
-void SetAntennaDelta(const char* text);
-void SetMarkerPosition(const double xyz[3]);
-void SetMovingAtStart(bool moving);

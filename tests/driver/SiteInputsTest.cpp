@@ -126,6 +126,7 @@ TEST(SiteInputs, LocationComesFromTheTextOrTheFirstLineOfAFileAndAFailureKeepsTh
     CScratchDir dir;
     dir.WriteFile("two", std::string("1,2,3\nnot a location\n"));
     dir.WriteFile("blank", std::string("1 2\n"));
+    SRunOptions options;
     struct SCase
     {
         std::string m_szText;
@@ -135,17 +136,16 @@ TEST(SiteInputs, LocationComesFromTheTextOrTheFirstLineOfAFileAndAFailureKeepsTh
                            SCase{"51.5 -0.1 45.2", {51.5, -0.1, 45.2}}, SCase{dir.Path("two"), {1, 2, 3}},
                            SCase{dir.Path("blank"), {1, 2, 0}}})
     {
-        RunOptions = SRunOptions{};
-        ReadLocation(c.m_szText.c_str());
-        ASSERT_TRUE(RunOptions.m_bHaveLocation) << c.m_szText;
-        EXPECT_NEAR(RunOptions.m_aLocationLlh[0], c.m_aLlh[0] * std::numbers::pi / 180.0, 1e-12) << c.m_szText;
-        EXPECT_NEAR(RunOptions.m_aLocationLlh[1], c.m_aLlh[1] * std::numbers::pi / 180.0, 1e-12) << c.m_szText;
-        EXPECT_EQ(RunOptions.m_aLocationLlh[2], c.m_aLlh[2]) << c.m_szText;
+        options = SRunOptions{};
+        ReadLocation(c.m_szText.c_str(), options);
+        ASSERT_TRUE(options.m_bHaveLocation) << c.m_szText;
+        EXPECT_NEAR(options.m_aLocationLlh[0], c.m_aLlh[0] * std::numbers::pi / 180.0, 1e-12) << c.m_szText;
+        EXPECT_NEAR(options.m_aLocationLlh[1], c.m_aLlh[1] * std::numbers::pi / 180.0, 1e-12) << c.m_szText;
+        EXPECT_EQ(options.m_aLocationLlh[2], c.m_aLlh[2]) << c.m_szText;
     }
-    ReadLocation("no numbers here");
-    EXPECT_EQ(RunOptions.m_aLocationLlh[2], 0.0);
-    EXPECT_NEAR(RunOptions.m_aLocationLlh[1], 2.0 * std::numbers::pi / 180.0, 1e-12);
-    RunOptions = SRunOptions{};
+    ReadLocation("no numbers here", options);
+    EXPECT_EQ(options.m_aLocationLlh[2], 0.0);
+    EXPECT_NEAR(options.m_aLocationLlh[1], 2.0 * std::numbers::pi / 180.0, 1e-12);
 }
 
 TEST(SiteInputs, LocationOptionGivesThePositionLineInsteadOfTheComment)

@@ -50,24 +50,13 @@ Calendar FourYearRuleCalendar(uint32_t week, double seconds)
             second};
 }
 
-// Puts the run-wide time state back after each test. The UTC data is that of
-// the leap second at the end of 2016: 17 s before, 18 s after, the event at
-// the end of day 7 of week 1929, the start of week 1930.
-class RunWideTimeTest : public ::testing::Test
+// The UTC data of the leap second at the end of 2016: 17 s before, 18 s
+// after, the event at the end of day 7 of week 1929, the start of week 1930.
+class UtcOffsetTest : public ::testing::Test
 {
 protected:
-    void SetUp() override
-    {
-        // Status, alpha and beta 0 to 3, A0, A1, tot, WNt, WNlsf, DN, dtLS, dtLSF.
-        g_UtcParams = {2, 0, 0, 0, 0, 0, 0, 0, 0, 0.0, 0.0, 503808, 1929, 1929, 7, 17, 18};
-    }
-    void TearDown() override
-    {
-        g_UtcParams = m_savedUtc;
-        g_LogTime = m_savedLogTime;
-    }
-    const SUtcParams m_savedUtc = g_UtcParams;
-    const GpsTime m_savedLogTime = g_LogTime;
+    // Status, alpha and beta 0 to 3, A0, A1, tot, WNt, WNlsf, DN, dtLS, dtLSF.
+    SUtcParams m_Utc = {kUtcParamsFilled, 0, 0, 0, 0, 0, 0, 0, 0, 0.0, 0.0, 503808, 1929, 1929, 7, 17, 18};
 };
 } // namespace
 
@@ -147,28 +136,28 @@ TEST(GpsPlusToCalendarTest, OffsetCarriesIntoTheNextWeekAndLeavesTheTimeAlone)
     EXPECT_EQ(early.m_dSeconds, -1.0);
 }
 
-TEST_F(RunWideTimeTest, UtcOffsetSwitchesLeapSecondsExactlyAtTheEventAndIsZeroUntilFilled)
+TEST_F(UtcOffsetTest, SwitchesLeapSecondsExactlyAtTheEventAndIsZeroUntilFilled)
 {
     const std::pair<GpsTime, double> cases[] = {
         {{1800, 0.0}, 17.0}, {{1929, 604799.0}, 17.0},
         {{1930, 17.0}, 17.0}, // e + DtLs reaches 0 here: still the old count
         {{1930, 17.000001}, 18.0}, {{1931, 0.0}, 18.0}, {{2111, 432000.0}, 18.0}};
     for (const auto& [time, offset] : cases)
-        EXPECT_EQ(GpsUtcOffset(time), offset) << time.m_uWeek << " " << time.m_dSeconds;
+        EXPECT_EQ(GpsUtcOffset(time, m_Utc), offset) << time.m_uWeek << " " << time.m_dSeconds;
     for (int16_t status : {0, 1})
     {
-        g_UtcParams.m_uStatus = status;
-        EXPECT_EQ(GpsUtcOffset(GpsTime{1929, 100.0}), 0.0);
+        m_Utc.m_uStatus = status;
+        EXPECT_EQ(GpsUtcOffset(GpsTime{1929, 100.0}, m_Utc), 0.0);
     }
 }
 
-TEST_F(RunWideTimeTest, UtcOffsetAddsA0AndDriftSinceTheReferenceTime)
+TEST_F(UtcOffsetTest, AddsA0AndDriftSinceTheReferenceTime)
 {
-    g_UtcParams.m_dA0 = -3e-9;
-    g_UtcParams.m_dA1 = 1e-12;
-    EXPECT_DOUBLE_EQ(GpsUtcOffset(GpsTime{1929, 503808.0}), 17.0 - 3e-9);
-    EXPECT_NEAR(GpsUtcOffset(GpsTime{1930, 100.0}), 18.0 + 101092e-12 - 3e-9, 1e-13); // across the week turn
-    EXPECT_NEAR(GpsUtcOffset(GpsTime{1928, 503808.0}), 17.0 - 604800e-12 - 3e-9, 1e-13);
+    m_Utc.m_dA0 = -3e-9;
+    m_Utc.m_dA1 = 1e-12;
+    EXPECT_DOUBLE_EQ(GpsUtcOffset(GpsTime{1929, 503808.0}, m_Utc), 17.0 - 3e-9);
+    EXPECT_NEAR(GpsUtcOffset(GpsTime{1930, 100.0}, m_Utc), 18.0 + 101092e-12 - 3e-9, 1e-13); // across the week turn
+    EXPECT_NEAR(GpsUtcOffset(GpsTime{1928, 503808.0}, m_Utc), 17.0 - 604800e-12 - 3e-9, 1e-13);
 }
 
 TEST(RoundToUnsignedTest, AddsHalfAndTruncatesAndHoldsValuesOutsideTheRangeAtItsEnds)

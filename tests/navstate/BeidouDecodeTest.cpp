@@ -10,6 +10,7 @@
 
 #include "gnsstime/GpsTime.h"
 #include "logbuild/BeidouEncoder.h"
+#include "navstate/Navigation.h"
 
 namespace
 {
@@ -86,31 +87,25 @@ Bytes D2PageFrame(const SBeidouEphemerisFields& f, uint32_t page, uint32_t sow, 
                              EncodeBeidouEmptySubFrame(2, sow, inverted), EncodeBeidouEmptySubFrame(3, sow, inverted));
 }
 
-// Every test starts from a zeroed channel table, empty BeiDou rows and no log time.
+// Every test starts from a run of its own: zeroed channel table, empty
+// BeiDou rows, no log time.
 class BeidouDecodeTest : public ::testing::Test
 {
 protected:
     void SetUp() override { Reset(); }
-    void TearDown() override { Reset(); }
 
     void Reset()
     {
-        SetLogTime(0.0, 0);
-        ASSERT_TRUE(AllocateBeidouEphTable());
-        for (uint32_t row = 0; row < kBeidouRows; ++row)
-        {
-            g_BeidouNavState.m_aPendingEphemeris[row] = SBeidouEphemeris{};
-            g_BeidouNavState.m_aEphemeris[row] = SBeidouEphemeris{};
-        }
-        m_pDecoder = std::make_unique<CBeidouSubFrame>(kChannel);
+        m_pNav = std::make_unique<CNavigation>(m_LogTime);
+        ASSERT_TRUE(Decoders().AllocateBeidouEphTable());
+        m_pDecoder = Decoders().BeidouSubFrameOfChannel(kChannel);
     }
 
+    CBeidouDecoders& Decoders() { return m_pNav->m_BeidouDecoders; }
+    CBeidouNavState& Table() { return m_pNav->m_Beidou; }
     void Feed(const Bytes& frame) { m_pDecoder->ProcessMsg35(frame.data()); }
-    static bool Stored(uint32_t satellite)
-    {
-        return g_BeidouNavState.m_aPendingEphemeris[satellite - 1].m_uStatus == kStatusStored;
-    }
-    static const SBeidouChannelEph& Element() { return g_paBIN_BeidouEph[kChannel]; }
+    bool Stored(uint32_t satellite) { return Table().m_aPendingEphemeris[satellite - 1].m_uStatus == kStatusStored; }
+    const SBeidouChannelEph& Element() { return Decoders().m_paBIN_BeidouEph[kChannel]; }
 
     void ExpectBlock(const BeidouDecodedWords& expected) const
     {
@@ -118,7 +113,9 @@ protected:
             EXPECT_EQ(m_pDecoder->m_sDecoded.m_auWord[i], expected[i]) << "word " << i;
     }
 
-    std::unique_ptr<CBeidouSubFrame> m_pDecoder;
+    CLogTime m_LogTime;
+    std::unique_ptr<CNavigation> m_pNav;
+    CBeidouSubFrame* m_pDecoder = nullptr;
 };
 
 using BeidouD1 = BeidouDecodeTest;
@@ -188,7 +185,7 @@ TEST_F(BeidouD1, FrameIsDecodedAgainOnlyWhenAWordBehindTheSowChanges)
     f.m_uAode = 4; // word 9 of subframe 1
     Feed(MakeBin35D1Frame(f, kChannel));
     EXPECT_EQ(Element().m_uSow, kSow + 90);
-    EXPECT_EQ(g_BeidouNavState.m_aPendingEphemeris[kD1Satellite - 1].m_uUra, 3u);
+    EXPECT_EQ(Table().m_aPendingEphemeris[kD1Satellite - 1].m_uUra, 3u);
 }
 
 TEST_F(BeidouD2, PageRunWithAGapOrBeyond40SecondsDecodesNothing)
@@ -224,7 +221,7 @@ TEST_F(BeidouD2, PageRunWithAGapOrBeyond40SecondsDecodesNothing)
 TEST_F(BeidouDecodedForm, BlockBecomesARecordInGpsTimeAndARecordInUseIsNotReplaced)
 {
     Feed(MakeBin35DecodedFrame(DistinctFields(kD1Satellite), kChannel));
-    const SBeidouEphemeris& e = g_BeidouNavState.m_aPendingEphemeris[kD1Satellite - 1];
+    const SBeidouEphemeris& e = Table().m_aPendingEphemeris[kD1Satellite - 1];
     EXPECT_EQ(e.m_uStatus, kStatusStored);
     EXPECT_EQ(e.m_dToc, 43215 * 8.0 + 14.0);
     EXPECT_EQ(e.m_dToe, 75000 * 8.0 + 14.0);
@@ -239,7 +236,7 @@ TEST_F(BeidouDecodedForm, BlockBecomesARecordInGpsTimeAndARecordInUseIsNotReplac
     EXPECT_EQ(e.m_uFitFlag, 1u);
 
     // The same block again, for a satellite whose record is in use, is not taken.
-    g_BeidouNavState.m_aEphemeris[kD1Satellite - 1].m_uStatus = kStatusInFit;
+    Table().m_aEphemeris[kD1Satellite - 1].m_uStatus = kStatusInFit;
     SBeidouEphemerisFields again = DistinctFields(kD1Satellite);
     again.m_uSow = kSow + 30;
     Feed(MakeBin35DecodedFrame(again, kChannel));
@@ -267,7 +264,7 @@ TEST_F(BeidouDecodedForm, WeeksIssueKeyAndHealthFollowTheBroadcastValues)
         {100, 100, 800, kLowSqrtA - 1, 0, 0, 814.0, kGpsWeek, 814.0, kGpsWeek, 25, 224},
         {100, 100, 800, kSqrtA, 1717986919, 0, 814.0, kGpsWeek, 814.0, kGpsWeek, 25, 224}, // e just above 0.2
     };
-    auto navState = std::make_unique<CGpsNavState>();
+    CBeidouNavState& navState = Table();
     for (const auto& c : cases)
     {
         SBeidouDecoded block{};
@@ -278,8 +275,8 @@ TEST_F(BeidouDecodedForm, WeeksIssueKeyAndHealthFollowTheBroadcastValues)
         block.m_auWord[eBdsEcc] = c.m_uEcc;
         block.m_auWord[eBdsFlags] = c.m_uFlags;
         block.m_auWord[eBdsWn] = kWn;
-        ConvertDecoded(block, 35, *navState); // the last row
-        const SBeidouEphemeris& e = navState->m_aPendingEphemeris[34];
+        ConvertDecoded(block, 35, navState);
+        const SBeidouEphemeris& e = navState.m_aPendingEphemeris[34];
         SCOPED_TRACE(c.m_uToc);
         EXPECT_EQ(e.m_dToc, c.m_dToc);
         EXPECT_EQ(e.m_uTocWeek, c.m_uTocWeek);
@@ -294,33 +291,33 @@ TEST_F(BeidouOpenPoints, ChannelsAndSatellitesWithoutATableRowAreIgnored)
 {
     // Nothing of a message on a channel without a decoder, or of a decoded
     // block for a satellite without a row, may reach any table.
-    std::vector<SBeidouChannelEph> elementsBefore(g_paBIN_BeidouEph, g_paBIN_BeidouEph + kBeidouChannels);
+    std::vector<SBeidouChannelEph> elementsBefore(Decoders().m_paBIN_BeidouEph, Decoders().m_paBIN_BeidouEph + kBeidouChannels);
     const SBeidouEphemerisFields f = DistinctFields(kD1Satellite);
     for (uint16_t channel : {uint16_t{20}, uint16_t{65535}})
     {
-        EXPECT_EQ(BeidouSubFrameOfChannel(channel), nullptr);
-        ProcessBin35(MakeBin35DecodedFrame(f, channel).data());
-        ProcessBin35(MakeBin35D1Frame(f, channel).data());
+        EXPECT_EQ(Decoders().BeidouSubFrameOfChannel(channel), nullptr);
+        Decoders().ProcessBin35(MakeBin35DecodedFrame(f, channel).data());
+        Decoders().ProcessBin35(MakeBin35D1Frame(f, channel).data());
     }
     for (uint16_t satellite : {0, 64, 99})
         Feed(MakeBin35DecodedFrame(satellite, kChannel, EncodeBeidouDecodedWords(f)));
     EXPECT_EQ(m_pDecoder->m_uPRN, 0u);
-    const auto expectNoRecord = [] {
+    const auto expectNoRecord = [this] {
         for (uint32_t row = 0; row < kBeidouRows; ++row)
-            EXPECT_EQ(g_BeidouNavState.m_aPendingEphemeris[row].m_uStatus, kStatusEmpty) << row;
+            EXPECT_EQ(Table().m_aPendingEphemeris[row].m_uStatus, kStatusEmpty) << row;
     };
     expectNoRecord();
-    EXPECT_EQ(std::memcmp(elementsBefore.data(), g_paBIN_BeidouEph, sizeof(SBeidouChannelEph) * kBeidouChannels), 0);
+    EXPECT_EQ(std::memcmp(elementsBefore.data(), Decoders().m_paBIN_BeidouEph, sizeof(SBeidouChannelEph) * kBeidouChannels), 0);
     // The last channel and the last row are there to be used.
-    ProcessBin35(MakeBin35DecodedFrame(63, 19, EncodeBeidouDecodedWords(f)).data());
+    Decoders().ProcessBin35(MakeBin35DecodedFrame(63, 19, EncodeBeidouDecodedWords(f)).data());
     EXPECT_TRUE(Stored(63));
-    EXPECT_EQ(g_paBIN_BeidouEph[19].m_uSatellite, 63u);
+    EXPECT_EQ(Decoders().m_paBIN_BeidouEph[19].m_uSatellite, 63u);
 
     // Raw satellites 0 and 64 reset the channel's sequence and decode nothing.
     Reset();
     Feed(MakeBin35D1Frame(f, kChannel));
     ASSERT_TRUE(Stored(kD1Satellite));
-    g_BeidouNavState.m_aPendingEphemeris[kD1Satellite - 1] = SBeidouEphemeris{};
+    Table().m_aPendingEphemeris[kD1Satellite - 1] = SBeidouEphemeris{};
     for (uint32_t satellite : {0u, 64u})
     {
         SBeidouEphemerisFields other = f;

@@ -7,7 +7,6 @@
 #include <numbers>
 #include <tuple>
 
-#include "driver/RunOptions.h"
 #include "navstate/NavState.h"
 
 namespace
@@ -29,13 +28,6 @@ void ExpectNeuFrame(const double m[9])
     EXPECT_NEAR(e[0] * n[1] - e[1] * n[0], u[2], 1e-12);
 }
 
-class NavStateInitTest : public ::testing::Test
-{
-protected:
-    void SetUp() override { m_saved = RunOptions; }
-    void TearDown() override { RunOptions = m_saved; }
-    SRunOptions m_saved;
-};
 } // namespace
 
 TEST(LlhToEcefTest, MatchesClosedFormReferenceValues)
@@ -91,15 +83,13 @@ TEST(EcefToNeuMatrixTest, RowsAreNorthEastUpOnTheGeocentricLatitude)
     EXPECT_NEAR(m[8], 1.0, 1e-12);
 }
 
-TEST_F(NavStateInitTest, TakesTheLocationOfTheRunOrElseAFixedDefaultPlace)
+TEST(NavStateInitTest, TakesTheLocationOfTheRunOrElseAFixedDefaultPlace)
 {
     const double sydney[3] = {-33.8568 * kDeg, 151.2153 * kDeg, 58.0};
-    std::copy(sydney, sydney + 3, RunOptions.m_aLocationLlh);
     CNavState places[3]{};
     for (CNavState& place : places)
     {
-        RunOptions.m_bHaveLocation = &place == places; // the location is ignored without the flag
-        place.Init();
+        place.Init(&place == places, sydney); // the location is ignored without the flag
         double xyz[3], m[9];
         LlhToEcef(place.m_adLlh, xyz);
         EcefToNeuMatrix(xyz, m);

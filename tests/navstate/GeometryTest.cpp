@@ -11,6 +11,7 @@
 #include "gnsstime/GpsTime.h"
 #include "navstate/Geodesy.h"
 #include "navstate/NavState.h"
+#include "tests/navstate/NavTestSupport.h"
 
 namespace
 {
@@ -124,12 +125,6 @@ void ReferenceGlonass(double span, double s[6])
     }
 }
 
-// Sets the log time for one case and clears it afterwards.
-struct LogTimeGuard
-{
-    LogTimeGuard(double seconds, uint32_t week) { SetLogTime(seconds, week); }
-    ~LogTimeGuard() { SetLogTime(0.0, 0); }
-};
 
 // R02 in slot 2 of a GLONASS table, in use, with tb at (week, seconds).
 SGlonassEphemeris& PutR02(CGlonassNavState& table, uint32_t week, double seconds)
@@ -140,11 +135,18 @@ SGlonassEphemeris& PutR02(CGlonassNavState& table, uint32_t week, double seconds
     r.m_dAx = kR02[6], r.m_dAy = kR02[7], r.m_dAz = kR02[8], r.m_dTauN = kR02TauN, r.m_dGamma = kR02Gamma;
     return r;
 }
+
+// Each test has a run of its own: log time unset, the receiver nowhere yet.
+class GeometryTest : public ::testing::Test
+{
+protected:
+    SNavTestRun m_Run;
+};
 } // namespace
 
-TEST(GeometryTest, KeplerStateAgreesWithTheUserAlgorithmOnRealGpsAndBeidouRecords)
+TEST_F(GeometryTest, KeplerStateAgreesWithTheUserAlgorithmOnRealGpsAndBeidouRecords)
 {
-    const LogTimeGuard log(388800.0, kWeek);
+    m_Run.SetLogTime(388800.0, kWeek);
     SBroadcast weekStart = kG07; // reference time at the week's start, asked for from the week before
     weekStart.toc = weekStart.toe = 0.0;
     // The BeiDou record also in the rows of C41 and C63: every BeiDou row is a Kepler one.
@@ -157,7 +159,7 @@ TEST(GeometryTest, KeplerStateAgreesWithTheUserAlgorithmOnRealGpsAndBeidouRecord
         const double seconds = std::fmod(t + (b->bdt ? kBdtShift : 0.0) + 604800.0, 604800.0);
         const GpsTime when{kWeek, seconds};
         std::unique_ptr<CGpsNavState> table =
-            b->bdt ? std::make_unique<CBeidouNavState>() : std::make_unique<CGpsNavState>();
+            b->bdt ? m_Run.Beidou() : m_Run.Gps();
         table->m_aEphemeris[number - 1] = TableRecord(*b);
         table->ComputeSatState(number, &when);
         const SSatState& s = table->m_aSatState[number - 1];
@@ -181,7 +183,7 @@ TEST(GeometryTest, KeplerStateAgreesWithTheUserAlgorithmOnRealGpsAndBeidouRecord
     }
 }
 
-TEST(GeometryTest, GlonassStateAgreesWithAFineIntegrationUpToFortyFiveMinutes)
+TEST_F(GeometryTest, GlonassStateAgreesWithAFineIntegrationUpToFortyFiveMinutes)
 {
     double s[6];
     ReferenceGlonass(1800.0, s); // the reference lands near the next broadcast position (2.0 m)
@@ -196,8 +198,8 @@ TEST(GeometryTest, GlonassStateAgreesWithAFineIntegrationUpToFortyFiveMinutes)
         const GpsTime when = total < 0.0 ? GpsTime{kWeek, total + 604800.0}
                              : total >= 604800.0 ? GpsTime{kWeek + 1, total - 604800.0}
                                                  : GpsTime{tb.m_uWeek, total};
-        const LogTimeGuard log(when.m_dSeconds, when.m_uWeek);
-        auto table = std::make_unique<CGlonassNavState>();
+        m_Run.SetLogTime(when.m_dSeconds, when.m_uWeek);
+        auto table = m_Run.Glonass();
         PutR02(*table, tb.m_uWeek, tb.m_dSeconds);
         table->UpdateElevation(2, true); // the state comes through the table's own propagation
         const SSatState& got = table->m_aSatState[1];
@@ -220,14 +222,13 @@ TEST(GeometryTest, GlonassStateAgreesWithAFineIntegrationUpToFortyFiveMinutes)
     }
 }
 
-TEST(GeometryTest, ElevationAndAzimuthOfASatelliteSeenFromTheReceiver)
+TEST_F(GeometryTest, ElevationAndAzimuthOfASatelliteSeenFromTheReceiver)
 {
-    const CNavState savedPlace = g_NavState;
-    const LogTimeGuard log(389000.0, kWeek);
+    m_Run.SetLogTime(389000.0, kWeek);
     const double station[3] = {3582105.2910, 532589.7313, 5232754.8054}; // ESBC00DNK
-    std::copy(station, station + 3, g_NavState.m_adXyz);
-    EcefToNeuMatrix(station, g_NavState.m_adNeuMatrix);
-    const double* neu = g_NavState.m_adNeuMatrix;
+    std::copy(station, station + 3, m_Run.m_Receiver.m_adXyz);
+    EcefToNeuMatrix(station, m_Run.m_Receiver.m_adNeuMatrix);
+    const double* neu = m_Run.m_Receiver.m_adNeuMatrix;
 
     // Azimuth, elevation (degrees) and range (metres). The satellite stands
     // still in an SBAS row, so it is exactly where the record puts it.
@@ -236,7 +237,7 @@ TEST(GeometryTest, ElevationAndAzimuthOfASatelliteSeenFromTheReceiver)
     for (const auto& [az, el, range] : cases)
     {
         SCOPED_TRACE(::testing::Message() << az << " " << el << " " << range);
-        auto table = std::make_unique<CGpsNavState>();
+        auto table = m_Run.Gps();
         SGpsEphemeris& r = table->m_aEphemeris[32];
         r.m_uStatus = kStatusInFit;
         r.m_uToeWeek = kWeek;
@@ -254,19 +255,18 @@ TEST(GeometryTest, ElevationAndAzimuthOfASatelliteSeenFromTheReceiver)
             EXPECT_NEAR(table->m_adAzimuth[32], az, 1e-8);
         }
     }
-    g_NavState = savedPlace;
 }
 
-TEST(GeometryTest, StateIsMadeOnlyFromARecordInFitOnceTheLogTimeIsSetAndSbasRunsFromItsReferenceTime)
+TEST_F(GeometryTest, StateIsMadeOnlyFromARecordInFitOnceTheLogTimeIsSetAndSbasRunsFromItsReferenceTime)
 {
     for (const auto& [status, week, made] : {std::tuple{kStatusInFit, kWeek, true}, {kStatusOutsideFit, kWeek, false},
                                              {kStatusStored, kWeek, false}, {static_cast<uint16_t>(kStatusInFit + kStatusUnhealthy), kWeek, false},
                                              {kStatusInFit, 0u, false}})
     {
         SCOPED_TRACE(::testing::Message() << status << " " << week);
-        const LogTimeGuard log(388800.0, week);
-        auto gps = std::make_unique<CGpsNavState>();
-        auto glonass = std::make_unique<CGlonassNavState>();
+        m_Run.SetLogTime(388800.0, week);
+        auto gps = m_Run.Gps();
+        auto glonass = m_Run.Glonass();
         gps->m_aEphemeris[6] = TableRecord(kG07);
         gps->m_aEphemeris[6].m_uStatus = status;
         PutR02(*glonass, kWeek, 388800.0).m_uStatus = status;
@@ -278,8 +278,8 @@ TEST(GeometryTest, StateIsMadeOnlyFromARecordInFitOnceTheLogTimeIsSetAndSbasRuns
     }
 
     // An SBAS state holds at the record's reference time and is carried from there, across the week's end.
-    const LogTimeGuard log(100.0, kWeek + 1);
-    auto sbas = std::make_unique<CGpsNavState>();
+    m_Run.SetLogTime(100.0, kWeek + 1);
+    auto sbas = m_Run.Gps();
     SGpsEphemeris& r = sbas->m_aEphemeris[33];
     r.m_uStatus = kStatusInFit, r.m_uToeWeek = kWeek, r.m_dToe = 604700.0;
     r.m_dTgd = 4.0e7, r.m_dDeltaN = 2.0, r.m_dCic = 0.01, r.m_dAf0 = 1e-6, r.m_dAf1 = 1e-9; // X, Vx, Ax, clock
@@ -291,16 +291,16 @@ TEST(GeometryTest, StateIsMadeOnlyFromARecordInFitOnceTheLogTimeIsSetAndSbasRuns
     EXPECT_DOUBLE_EQ(out.m_dClockBias, 1e-6 + 1e-9 * 200.0);
 }
 
-TEST(GeometryTest, RecordsOutsideTheAcceptedRangeFinishWithoutHanging)
+TEST_F(GeometryTest, RecordsOutsideTheAcceptedRangeFinishWithoutHanging)
 {
-    const LogTimeGuard log(388800.0, kWeek);
+    m_Run.SetLogTime(388800.0, kWeek);
     // Eccentricity, M0, sqrt(A). Newton's steps never meet their stop for the
     // first two (neighbouring doubles of a huge M; a hyperbolic e).
     const double kepler[][3] = {{0.1, 1016049.371, kG07.sqrtA}, {5.0, 1.0, kG07.sqrtA},  {1.0, 0.0, kG07.sqrtA},
                                 {kNaN, 0.5, kG07.sqrtA},          {0.01, 1e300, kG07.sqrtA}, {0.01, 0.5, 0.0}};
     for (const auto& [e, m0, sqrtA] : kepler)
     {
-        auto table = std::make_unique<CGpsNavState>();
+        auto table = m_Run.Gps();
         table->m_aEphemeris[6] = TableRecord(kG07);
         table->m_aEphemeris[6].m_dEcc = e, table->m_aEphemeris[6].m_dM0 = m0, table->m_aEphemeris[6].m_dSqrtA = sqrtA;
         table->ComputeSatState(7, nullptr);
@@ -316,7 +316,7 @@ TEST(GeometryTest, RecordsOutsideTheAcceptedRangeFinishWithoutHanging)
     for (const auto& [x, week, seconds] : {std::tuple{kR02[0], 0xFFFFFFFFu, 388800.0}, {kR02[0], kWeek, kNaN},
                                            {kNaN, kWeek, 1e300}, {0.0, kWeek, 388900.0}})
     {
-        auto table = std::make_unique<CGlonassNavState>();
+        auto table = m_Run.Glonass();
         PutR02(*table, kWeek, 388800.0).m_dX = x;
         const GpsTime when{week, seconds};
         table->ComputeSatState(2, &when);

@@ -10,6 +10,7 @@
 #include "logbuild/GlonassEncoder.h"
 #include "navstate/GlonassFrequencies.h"
 #include "navstate/NavState.h"
+#include "tests/navstate/NavTestSupport.h"
 
 namespace
 {
@@ -48,35 +49,17 @@ GpsTime GpsFromUtc(std::chrono::year_month_day date, double secondOfDay, double 
     return GpsTime{static_cast<uint32_t>(week), total - week * 604800.0};
 }
 
-// Every test starts from the log time unset and leaves the run-wide tables
-// it may change as it found them.
+// Every test starts from a run of its own: log time unset, carriers and
+// UTC parameters as at the start of a run.
 class GlonassIntakeTest : public ::testing::Test
 {
 protected:
-    void SetUp() override
-    {
-        SetLogTime(0.0, 0);
-        std::memcpy(m_aSavedChannel, g_aGlonassChannel, sizeof(m_aSavedChannel));
-        std::memcpy(m_aSavedWavelength, g_aGlonassWavelength, sizeof(m_aSavedWavelength));
-        m_SavedUtc = g_UtcParams;
-        g_UtcParams = SUtcParams{};
-    }
-    void TearDown() override
-    {
-        SetLogTime(0.0, 0);
-        std::memcpy(g_aGlonassChannel, m_aSavedChannel, sizeof(m_aSavedChannel));
-        std::memcpy(g_aGlonassWavelength, m_aSavedWavelength, sizeof(m_aSavedWavelength));
-        g_UtcParams = m_SavedUtc;
-    }
-
-    int16_t m_aSavedChannel[kGlonassSlots];
-    double m_aSavedWavelength[kGlonassSlots][2];
-    SUtcParams m_SavedUtc;
+    SNavTestRun m_Run;
 };
 
 TEST_F(GlonassIntakeTest, DecodesEveryFieldOfTheFiveStringsWithMinusZeroWhereSignMagnitude)
 {
-    auto nav = std::make_unique<CGlonassNavState>();
+    auto nav = m_Run.Glonass();
     const SGlonassEphemerisValues v = SampleValues();
     Feed(*nav, v);
     const SGlonassEphemeris& e = nav->m_aGloEphemeris[4];
@@ -134,7 +117,7 @@ TEST_F(GlonassIntakeTest, TbBecomesGpsTimeAcrossMoscowDayYearAndIntervalBoundari
         EXPECT_EQ(v.m_uN4, c.n4);
         EXPECT_EQ(v.m_uNt, c.nt);
         EXPECT_EQ(v.m_uTbMinutes, c.tbMinutes);
-        auto nav = std::make_unique<CGlonassNavState>();
+        auto nav = m_Run.Glonass();
         Feed(*nav, v);
         const GpsTime expected = GpsFromUtc(c.utcDate, c.utcHour * 3600.0 + c.utcMinute * 60.0, 15.0);
         EXPECT_EQ(nav->m_aGloEphemeris[4].m_uGpsWeek, expected.m_uWeek);
@@ -156,15 +139,15 @@ TEST_F(GlonassIntakeTest, LeapSecondsComeFromUtcDataAndDoubtfulValuesDropTheReco
     for (const Case& c : cases)
     {
         SCOPED_TRACE(testing::Message() << "leap " << c.leapSeconds << " A0 " << c.a0);
-        g_UtcParams = SUtcParams{};
+        m_Run.m_Utc.m_UtcParams = SUtcParams{};
         if (c.haveUtc)
         {
-            g_UtcParams.m_uStatus = 2;
-            g_UtcParams.m_iDtLs = g_UtcParams.m_iDtLsf = c.leapSeconds;
-            g_UtcParams.m_dA0 = c.a0;
+            m_Run.m_Utc.m_UtcParams.m_uStatus = 2;
+            m_Run.m_Utc.m_UtcParams.m_iDtLs = m_Run.m_Utc.m_UtcParams.m_iDtLsf = c.leapSeconds;
+            m_Run.m_Utc.m_UtcParams.m_dA0 = c.a0;
         }
-        SetLogTime(utc1245.m_dSeconds, utc1245.m_uWeek);
-        auto nav = std::make_unique<CGlonassNavState>();
+        m_Run.SetLogTime(utc1245.m_dSeconds, utc1245.m_uWeek);
+        auto nav = m_Run.Glonass();
         Feed(*nav, SampleValues());
         const SGlonassEphemeris& e = nav->m_aGloEphemeris[4];
         // Stored records are evaluated at once: in fit, flagged by Bn.
@@ -190,18 +173,18 @@ TEST_F(GlonassIntakeTest, ImplausibleRadiusOrSpeedIsRefusedAndARepeatGetsNoSecon
         SCOPED_TRACE(testing::Message() << "x " << c.x << " vz " << c.vz);
         SGlonassEphemerisValues v = SampleValues();
         v.m_dX = c.x, v.m_dY = c.y, v.m_dZ = c.z, v.m_dVx = c.vx, v.m_dVy = c.vy, v.m_dVz = c.vz;
-        auto nav = std::make_unique<CGlonassNavState>();
+        auto nav = m_Run.Glonass();
         Feed(*nav, v);
         EXPECT_EQ(nav->m_aGloEphemeris[4].m_uStatus, c.accepted ? kStatusStored : kStatusEmpty);
     }
 
     // A message refused for its leap seconds is cached all the same: the
     // same strings are not looked at again once UTC data are good.
-    auto nav = std::make_unique<CGlonassNavState>();
-    g_UtcParams.m_uStatus = 2;
-    g_UtcParams.m_iDtLs = g_UtcParams.m_iDtLsf = 3;
+    auto nav = m_Run.Glonass();
+    m_Run.m_Utc.m_UtcParams.m_uStatus = 2;
+    m_Run.m_Utc.m_UtcParams.m_iDtLs = m_Run.m_Utc.m_UtcParams.m_iDtLsf = 3;
     Feed(*nav, SampleValues());
-    g_UtcParams.m_iDtLs = g_UtcParams.m_iDtLsf = 18;
+    m_Run.m_Utc.m_UtcParams.m_iDtLs = m_Run.m_Utc.m_UtcParams.m_iDtLsf = 18;
     Feed(*nav, SampleValues());
     EXPECT_EQ(nav->m_aGloEphemeris[4].m_uStatus, kStatusEmpty);
 }
@@ -225,7 +208,7 @@ TEST_F(GlonassIntakeTest, CacheDropsRepeatsThatDifferOnlyInTkP1P3ChannelOrTime)
     for (const Case& c : cases)
     {
         SCOPED_TRACE(c.name);
-        auto nav = std::make_unique<CGlonassNavState>();
+        auto nav = m_Run.Glonass();
         Feed(*nav, SampleValues());
         SGlonassEphemerisValues v = SampleValues();
         c.change(v);
@@ -238,8 +221,8 @@ TEST_F(GlonassIntakeTest, CacheDropsRepeatsThatDifferOnlyInTkP1P3ChannelOrTime)
 TEST_F(GlonassIntakeTest, ChannelComesFromTheSlotsFirstAcceptedRecordAndOddSlotsIndexNothing)
 {
     int16_t expected[kGlonassSlots];
-    std::memcpy(expected, g_aGlonassChannel, sizeof(expected));
-    auto nav = std::make_unique<CGlonassNavState>();
+    std::memcpy(expected, m_Run.m_Frequencies.m_aGlonassChannel, sizeof(expected));
+    auto nav = m_Run.Glonass();
 
     // Message satellites 0 and 25 have no row, and a refused first message
     // of slot 5 leaves its channel alone.
@@ -250,7 +233,7 @@ TEST_F(GlonassIntakeTest, ChannelComesFromTheSlotsFirstAcceptedRecordAndOddSlots
     nav->OnBin65(MakeBin65Frame(5, 14, 1, EncodeGlonassStrings(v)).data());
     for (uint32_t row = 0; row < kSatRows; ++row)
         EXPECT_EQ(nav->m_aGloEphemeris[row].m_uStatus, kStatusEmpty);
-    EXPECT_EQ(std::memcmp(expected, g_aGlonassChannel, sizeof(expected)), 0);
+    EXPECT_EQ(std::memcmp(expected, m_Run.m_Frequencies.m_aGlonassChannel, sizeof(expected)), 0);
 
     // The first accepted record sets the channel of the message's satellite,
     // whatever n string 4 carries.
@@ -258,8 +241,8 @@ TEST_F(GlonassIntakeTest, ChannelComesFromTheSlotsFirstAcceptedRecordAndOddSlots
     v.m_uSlot = 31;
     nav->OnBin65(MakeBin65Frame(5, 14, 1, EncodeGlonassStrings(v)).data());
     expected[4] = 14;
-    EXPECT_EQ(std::memcmp(expected, g_aGlonassChannel, sizeof(expected)), 0);
-    EXPECT_EQ(g_aGlonassWavelength[4][1], 299792458.0 / (6 * 437500.0 + 1.246e9));
+    EXPECT_EQ(std::memcmp(expected, m_Run.m_Frequencies.m_aGlonassChannel, sizeof(expected)), 0);
+    EXPECT_EQ(m_Run.m_Frequencies.m_aGlonassWavelength[4][1], 299792458.0 / (6 * 437500.0 + 1.246e9));
 }
 
 } // namespace

@@ -1,4 +1,5 @@
 #include "navstate/NavState.h"
+#include "tests/navstate/NavTestSupport.h"
 
 #include <gtest/gtest.h>
 
@@ -31,9 +32,8 @@ constexpr int64_t kSqrtAAboveLimit = 1572864000; // x F19 just above 3000.0
 class GpsIntakeTest : public ::testing::Test
 {
 protected:
-    void SetUp() override { SetLogTime(0.0, 0); }
-    void TearDown() override { SetLogTime(0.0, 0); }
-    std::unique_ptr<CGpsNavState> m_pNav = std::make_unique<CGpsNavState>();
+    SNavTestRun m_Run;
+    std::unique_ptr<CGpsNavState> m_pNav = m_Run.Gps();
     void Take(const Bytes& frame) { m_pNav->OnBin95(frame.data()); }
     void Take93(const Bytes& frame) { m_pNav->OnBin93(frame.data()); }
 };
@@ -94,7 +94,7 @@ TEST_F(GpsIntakeTest, DecodesEveryFieldAtBothEndsOfItsRange)
     for (const bool high : {false, true})
     {
         SCOPED_TRACE(high ? "highest values" : "lowest values");
-        auto nav = std::make_unique<CGpsNavState>();
+        auto nav = m_Run.Gps();
         SGpsEphemerisValues v = Plausible();
         v.m_uWeek = high ? 1023 : 0;
         v.m_uUra = high ? 15 : 0;
@@ -140,7 +140,7 @@ TEST_F(GpsIntakeTest, ResolvesDataAndReferenceWeeks)
     for (const SCase& c : cases)
     {
         SCOPED_TRACE(c.m_uWeekNumber * 1000000 + c.m_uTxTime);
-        auto nav = std::make_unique<CGpsNavState>();
+        auto nav = m_Run.Gps();
         SGpsEphemerisValues v = Plausible(7, c.m_uTxTime);
         v.m_uWeek = c.m_uWeekNumber;
         v.m_dToc = c.m_dToc;
@@ -178,7 +178,7 @@ TEST_F(GpsIntakeTest, RefusesBadNumbersAndImplausibleOrbits)
     for (const SCase& c : cases)
     {
         SCOPED_TRACE(c.m_szName);
-        auto nav = std::make_unique<CGpsNavState>();
+        auto nav = m_Run.Gps();
         SGpsEphemerisValues v = Plausible();
         v.m_uSatellite = c.m_uSatellite;
         v.m_dSqrtA = static_cast<double>(c.m_iSqrtA) * kF19;
@@ -228,7 +228,7 @@ TEST_F(GpsIntakeTest, ComparesDataWordsOnly)
     for (const SCase& c : cases)
     {
         SCOPED_TRACE(c.m_szName);
-        auto nav = std::make_unique<CGpsNavState>();
+        auto nav = m_Run.Gps();
         nav->OnBin95(MakeBin95Frame(5, 1000, base).data());
         SGpsSubframes changed = base;
         if (c.m_uSubframe != 0)
@@ -252,7 +252,7 @@ TEST_F(GpsIntakeTest, ComparesDataWordsOnly)
 // replacing the earlier, unevaluated, until ActivateEphemeris.
 TEST_F(GpsIntakeTest, LaterRecordsWaitInPendingTable)
 {
-    SetLogTime(7260.0, 2048);
+    m_Run.SetLogTime(7260.0, 2048);
     Take(MakeBin95Frame(Plausible(7, 6000)));
     Take(MakeBin95Frame(Plausible(8, 6600)));
     Take(MakeBin95Frame(Plausible(9, 7200)));

@@ -1,11 +1,11 @@
 #include "navstate/NavState.h"
+#include "tests/navstate/NavTestSupport.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstring>
 #include <memory>
-#include <new>
 #include <tuple>
 #include <utility>
 #include <vector>
@@ -17,12 +17,11 @@ namespace
 constexpr uint32_t kWeek = 2100;
 constexpr double kToe = 100000.0;
 
-// The tests set the run's log time; each leaves it at week 0, 0.0.
+// Each test makes its tables in a run of its own.
 class NavTableTest : public ::testing::Test
 {
 protected:
-    void SetUp() override { SetLogTime(0.0, 0); }
-    void TearDown() override { SetLogTime(0.0, 0); }
+    SNavTestRun m_Run;
 };
 using GpsTableTest = NavTableTest;
 using GlonassTableTest = NavTableTest;
@@ -58,53 +57,31 @@ bool AllZero(const void* p, size_t n)
 
 // Status after evaluation at the given log time, and whether the satellite
 // may then be used; the record must stay readable either way.
-std::pair<uint16_t, bool> EvaluateGps(const SGpsEphemeris& record, double seconds, uint32_t week = kWeek)
+std::pair<uint16_t, bool> EvaluateGps(SNavTestRun& run, const SGpsEphemeris& record, double seconds,
+                                      uint32_t week = kWeek)
 {
-    auto nav = std::make_unique<CGpsNavState>();
+    auto nav = run.Gps();
     nav->m_aEphemeris[4] = record;
-    SetLogTime(seconds, week);
+    run.SetLogTime(seconds, week);
     nav->UpdateEphemerisAge(5);
     const std::pair<uint16_t, bool> result{nav->m_aEphemeris[4].m_uStatus, nav->ActivateEphemeris(5)};
     EXPECT_EQ(nav->GetStructAlways(5, nullptr), &nav->m_aEphemeris[4]);
     return result;
 }
 
-std::pair<uint16_t, bool> EvaluateGlonass(const SGlonassEphemeris& record, double seconds, uint32_t week = kWeek)
+std::pair<uint16_t, bool> EvaluateGlonass(SNavTestRun& run, const SGlonassEphemeris& record, double seconds,
+                                          uint32_t week = kWeek)
 {
-    auto nav = std::make_unique<CGlonassNavState>();
+    auto nav = run.Glonass();
     CGpsNavState& base = *nav; // calls through the base reach the GLONASS forms
     nav->m_aGloEphemeris[6] = record;
-    SetLogTime(seconds, week);
+    run.SetLogTime(seconds, week);
     base.UpdateEphemerisAge(7);
     const std::pair<uint16_t, bool> result{nav->m_aGloEphemeris[6].m_uStatus, base.ActivateEphemeris(7)};
     EXPECT_EQ(nav->GetStructAlways(7, nullptr), &nav->m_aGloEphemeris[6]);
     return result;
 }
 } // namespace
-
-TEST(NavTableConstructionTest, ZeroesEveryTableAndCachePresetsTheNumbersAndFreesThroughTheBase)
-{
-    // Built over bytes that are not zero, so that a table left unset shows.
-    alignas(CGlonassNavState) static unsigned char raw[sizeof(CGlonassNavState)];
-    std::memset(raw, 0xA5, sizeof raw);
-    CGpsNavState* base = new (raw) CGlonassNavState;
-    auto* nav = static_cast<CGlonassNavState*>(base);
-    constexpr uint32_t kPresets[kExtendedRows] = {122, 134, 35};
-    for (uint32_t row = 0; row < kSatRows; ++row)
-        EXPECT_EQ(nav->m_auTruePRN[row], row < 32 ? row + 1 : kPresets[row - 32]);
-    EXPECT_EQ(nav->m_uExtendedCount, 0u);
-    const std::pair<const void*, size_t> zeroed[] = {
-        {nav->m_abExtendedUsed, sizeof nav->m_abExtendedUsed}, {nav->m_aEphemeris, sizeof nav->m_aEphemeris},
-        {nav->m_aPendingEphemeris, sizeof nav->m_aPendingEphemeris}, {nav->m_aSatState, sizeof nav->m_aSatState},
-        {nav->m_auTxTime, sizeof nav->m_auTxTime}, {nav->m_auPendingTxTime, sizeof nav->m_auPendingTxTime},
-        {nav->m_adElevation, sizeof nav->m_adElevation}, {nav->m_adAzimuth, sizeof nav->m_adAzimuth},
-        {nav->m_aGloEphemeris, sizeof nav->m_aGloEphemeris},
-        {nav->m_aGloPendingEphemeris, sizeof nav->m_aGloPendingEphemeris},
-        {nav->m_pMessageCache, kSatRows * 140}, {nav->m_pGloMessageCache, kSatRows * 80}};
-    for (size_t i = 0; i < std::size(zeroed); ++i)
-        EXPECT_TRUE(AllZero(zeroed[i].first, zeroed[i].second)) << "member " << i;
-    base->~CGpsNavState(); // both caches freed: the sanitizer build checks for leaks
-}
 
 TEST_F(GpsTableTest, NumbersAbove32TakeTheExtendedRowsAtMostThreeWhileBeidouHasARowForEachUpTo63)
 {
@@ -121,7 +98,7 @@ TEST_F(GpsTableTest, NumbersAbove32TakeTheExtendedRowsAtMostThreeWhileBeidouHasA
         {{{134, 33}, {140, 32}, {141, 34}, {122, -1}, {134, 33}, {142, -1}, {142, -1}}, {140, 134, 141}, 3}};
     for (const auto& c : cases)
     {
-        auto nav = std::make_unique<CGpsNavState>();
+        auto nav = m_Run.Gps();
         for (uint32_t fixed : {0u, 5u, 32u})
             nav->RegisterExtendedPRN(fixed); // registers nothing
         for (const auto& [prn, row] : c.calls)
@@ -132,7 +109,7 @@ TEST_F(GpsTableTest, NumbersAbove32TakeTheExtendedRowsAtMostThreeWhileBeidouHasA
 
     // In the BeiDou table every number up to 63 is its own row and none is
     // shared; a pending record of C63 comes into use like any other.
-    auto bds = std::make_unique<CBeidouNavState>();
+    auto bds = m_Run.Beidou();
     for (const auto& [prn, row] : {std::pair{1, 0}, {33, 32}, {35, 34}, {63, 62}, {64, -1}, {122, -1}, {0, -1}})
         EXPECT_EQ(bds->SatIndexFromPRN(prn), row) << "C" << prn;
     EXPECT_EQ(bds->m_uExtendedCount, 0u);
@@ -144,7 +121,7 @@ TEST_F(GpsTableTest, NumbersAbove32TakeTheExtendedRowsAtMostThreeWhileBeidouHasA
 
 TEST_F(GpsTableTest, RecordsAreFoundByNumberOnlyWhenHeld)
 {
-    auto nav = std::make_unique<CGpsNavState>();
+    auto nav = m_Run.Gps();
     // Numbers without a row, also those too large for a signed number, reach
     // nothing and register nothing.
     for (uint32_t prn : {0u, 0x80000000u, 0x80000021u, 0xFFFFFFDEu, 0xFFFFFFFFu})
@@ -186,22 +163,22 @@ TEST_F(GpsTableTest, StatusFollowsTheFitIntervalAndHealthBit5AndDecidesUse)
         {2, 0, 0.0, 1, false},    {0xFFFFFFFF, 0, 0.0, 1, false}, {0, 32, 10.0, 10, false}, {0, 32, 20000.0, 9, false},
         {0, 63, 10.0, 10, false}, {0, 31, 10.0, 2, false},    {0, 1, 10.0, 2, false}};
     for (const auto& c : cases)
-        EXPECT_EQ(EvaluateGps(GpsRecord(7, c.fitFlag, c.health), kToe + c.age),
+        EXPECT_EQ(EvaluateGps(m_Run, GpsRecord(7, c.fitFlag, c.health), kToe + c.age),
                   std::make_pair(c.status, c.usable))
             << "flag " << c.fitFlag << " health " << c.health << " age " << c.age;
-    EXPECT_EQ(EvaluateGps(GpsRecord(7), kToe, 0), std::make_pair(kStatusStored, false)); // log week 0
+    EXPECT_EQ(EvaluateGps(m_Run, GpsRecord(7), kToe, 0), std::make_pair(kStatusStored, false)); // log week 0
     // toe at the start of the next week: the log is 100 s before it.
-    EXPECT_EQ(EvaluateGps(GpsRecord(7, 0, 0, kWeek + 1, 0.0), 604700.0), std::make_pair(kStatusInFit, true));
+    EXPECT_EQ(EvaluateGps(m_Run, GpsRecord(7, 0, 0, kWeek + 1, 0.0), 604700.0), std::make_pair(kStatusInFit, true));
 }
 
 TEST_F(GpsTableTest, StatusIsEvaluatedAfreshAcrossTheWeekTurn)
 {
-    auto nav = std::make_unique<CGpsNavState>();
+    auto nav = m_Run.Gps();
     nav->m_aEphemeris[1] = GpsRecord(1, 0, 0, kWeek, 597600.0);
     for (const auto& [seconds, status] : {std::pair{7199.0, kStatusInFit}, {7200.0, kStatusOutsideFit},
                                           {7100.0, kStatusInFit}})
     {
-        SetLogTime(seconds, kWeek + 1);
+        m_Run.SetLogTime(seconds, kWeek + 1);
         nav->UpdateEphemerisAge(2);
         EXPECT_EQ(nav->m_aEphemeris[1].m_uStatus, status) << seconds;
     }
@@ -212,7 +189,7 @@ TEST_F(GpsTableTest, StatusIsEvaluatedAfreshAcrossTheWeekTurn)
 
 TEST_F(GpsTableTest, PendingRecordComesIntoUseOnceWithItsTxTimeAndNeverWithoutIodeOrStatus)
 {
-    auto nav = std::make_unique<CGpsNavState>();
+    auto nav = m_Run.Gps();
     nav->m_aEphemeris[9] = nav->m_aEphemeris[10] = GpsRecord(1);
     nav->m_auTxTime[9] = nav->m_auTxTime[10] = 95000;
     nav->m_aPendingEphemeris[9] = GpsRecord(2, 0, 0, kWeek, kToe + 7200.0);
@@ -220,7 +197,7 @@ TEST_F(GpsTableTest, PendingRecordComesIntoUseOnceWithItsTxTimeAndNeverWithoutIo
     nav->m_aPendingEphemeris[11] = GpsRecord(5, 0, 0, kWeek, kToe + 7200.0);
     nav->m_aPendingEphemeris[11].m_uStatus = kStatusEmpty;
     nav->m_auPendingTxTime[9] = nav->m_auPendingTxTime[10] = nav->m_auPendingTxTime[11] = 102000;
-    SetLogTime(kToe + 7300.0, kWeek);
+    m_Run.SetLogTime(kToe + 7300.0, kWeek);
     nav->UpdateEphemerisAge(11);
     for (int i = 0; i < 3; ++i)
     {
@@ -246,10 +223,10 @@ TEST_F(GpsTableTest, PendingRecordIsMovedAndEvaluatedEvenWhenNotUsable)
         {134, 33, 0, 0.0, 0, kStatusStored, false}}; // nothing is evaluated in log week 0
     for (const auto& c : cases)
     {
-        auto nav = std::make_unique<CGpsNavState>();
+        auto nav = m_Run.Gps();
         nav->m_aPendingEphemeris[c.row] = GpsRecord(40, c.fitFlag);
         nav->m_auPendingTxTime[c.row] = 3;
-        SetLogTime(kToe + c.age, c.week);
+        m_Run.SetLogTime(kToe + c.age, c.week);
         EXPECT_EQ(nav->ActivateEphemeris(c.prn), c.usable) << c.prn;
         EXPECT_EQ(nav->m_aEphemeris[c.row].m_uIode, 40) << c.prn;
         EXPECT_EQ(nav->m_aEphemeris[c.row].m_uStatus, c.status) << c.prn;
@@ -259,7 +236,7 @@ TEST_F(GpsTableTest, PendingRecordIsMovedAndEvaluatedEvenWhenNotUsable)
 
 TEST_F(GlonassTableTest, SlotsOneTo24AreTheOnlyRows)
 {
-    auto nav = std::make_unique<CGlonassNavState>();
+    auto nav = m_Run.Glonass();
     CGpsNavState& base = *nav;
     EXPECT_EQ(base.SatIndexFromPRN(1), 0);
     EXPECT_EQ(base.SatIndexFromPRN(24), 23);
@@ -273,7 +250,7 @@ TEST_F(GlonassTableTest, SlotsOneTo24AreTheOnlyRows)
         nav->m_aGloPendingEphemeris[row] = GloRecord(630);
         nav->m_auTxTime[row] = 4321;
     }
-    SetLogTime(kToe, kWeek);
+    m_Run.SetLogTime(kToe, kWeek);
     uint32_t tx = 1;
     for (uint32_t slot : {0u, 25u, 35u, 36u, 122u, 0x80000000u, 0xFFFFFFFFu})
     {
@@ -302,22 +279,22 @@ TEST_F(GlonassTableTest, StatusFollowsThe2700SecondLimitAndBnLnAndDecidesUse)
         record.m_uBn = c.bn;
         record.m_uLn = c.ln;
         record.m_uHealth = c.health;
-        EXPECT_EQ(EvaluateGlonass(record, kToe + c.age), std::make_pair(c.status, c.usable))
+        EXPECT_EQ(EvaluateGlonass(m_Run, record, kToe + c.age), std::make_pair(c.status, c.usable))
             << "Bn " << c.bn << " Ln " << c.ln << " health " << c.health << " age " << c.age;
     }
-    EXPECT_EQ(EvaluateGlonass(GloRecord(600), kToe, 0), std::make_pair(kStatusStored, false)); // log week 0
-    EXPECT_EQ(EvaluateGlonass(GloRecord(15, kWeek + 1, 600.0), 604000.0), std::make_pair(kStatusInFit, true));
+    EXPECT_EQ(EvaluateGlonass(m_Run, GloRecord(600), kToe, 0), std::make_pair(kStatusStored, false)); // log week 0
+    EXPECT_EQ(EvaluateGlonass(m_Run, GloRecord(15, kWeek + 1, 600.0), 604000.0), std::make_pair(kStatusInFit, true));
 }
 
 TEST_F(GlonassTableTest, PendingRecordComesIntoUseByItsTbAndNeverWithTbZero)
 {
-    auto nav = std::make_unique<CGlonassNavState>();
+    auto nav = m_Run.Glonass();
     nav->m_aGloEphemeris[4] = GloRecord(600);
     nav->m_auTxTime[4] = 1000;
     nav->m_aGloPendingEphemeris[4] = GloRecord(630, kWeek, kToe + 1800.0);
     nav->m_aGloPendingEphemeris[5] = GloRecord(0);
     nav->m_auPendingTxTime[4] = nav->m_auPendingTxTime[5] = 2000;
-    SetLogTime(kToe + 1900.0, kWeek);
+    m_Run.SetLogTime(kToe + 1900.0, kWeek);
     EXPECT_TRUE(nav->ActivateEphemeris(5));
     EXPECT_EQ(nav->m_aGloEphemeris[4].m_uTb, 630);
     EXPECT_EQ(nav->m_aGloEphemeris[4].m_uStatus, kStatusInFit);

@@ -23,29 +23,25 @@ class Bin36Decoder : public CObsconvTest
 protected:
     static constexpr uint32_t kRowC07 = 6;
 
-    void SetUp() override
+    // Slots and an epoch assembly as at the start of a run, over the
+    // fixture's navigation state.
+    struct CRun
     {
-        CObsconvTest::SetUp();
-        std::memcpy(m_aSavedSlots, g_aSlotBds, sizeof(m_aSavedSlots));
-        m_aSavedEphemeris[0] = g_BeidouNavState.m_aEphemeris[kRowC07];
-        m_aSavedEphemeris[1] = g_BeidouNavState.m_aPendingEphemeris[kRowC07];
-    }
-
-    void TearDown() override
-    {
-        std::memcpy(g_aSlotBds, m_aSavedSlots, sizeof(m_aSavedSlots));
-        g_BeidouNavState.m_aEphemeris[kRowC07] = m_aSavedEphemeris[0];
-        g_BeidouNavState.m_aPendingEphemeris[kRowC07] = m_aSavedEphemeris[1];
-        CObsconvTest::TearDown();
-    }
-
-    // Empty BeiDou slots and writer, as at the start of a run.
-    static void StartRun()
-    {
-        std::memset(static_cast<void*>(g_aSlotBds), 0, sizeof(g_aSlotBds));
-        InitObsSlots();
-        ResetWriter();
-    }
+        explicit CRun(CObsconvTest& test)
+            : m_Assembly(test.m_LogTime, test.m_Navigation.m_Gps, test.m_Navigation.m_Beidou),
+              m_Intake{m_Slots,
+                       m_Assembly,
+                       test.m_Navigation.m_Gps,
+                       test.m_Navigation.m_Glonass,
+                       test.m_Navigation.m_Beidou,
+                       test.m_Navigation.m_GlonassFrequencies,
+                       test.m_Mask}
+        {
+        }
+        SObsSlots m_Slots;
+        CEpochAssembly m_Assembly;
+        SObsIntake m_Intake;
+    };
 
     // A frame whose bits a decoder must pass over (packet word bits 0-19,
     // record word 0 bits 12-23, channel word bits 8-12) are set, so that a
@@ -65,16 +61,12 @@ protected:
             frame[word + 1] |= 0x15;
         return frame;
     }
-
-private:
-    SObsSlot m_aSavedSlots[3][20];
-    SGpsEphemeris m_aSavedEphemeris[2];
 };
 
 TEST_F(Bin36Decoder, OnlyTheLastPacketOfASetOpensTheEpochAndEachBandKeepsItsOwnSlipMemory)
 {
     // C07 has an ephemeris waiting in the BeiDou table: decoding it brings it into use.
-    SGpsEphemeris& waiting = g_BeidouNavState.m_aPendingEphemeris[kRowC07];
+    SGpsEphemeris& waiting = m_Navigation.m_Beidou.m_aPendingEphemeris[kRowC07];
     waiting = SGpsEphemeris{};
     waiting.m_uStatus = kStatusStored;
     waiting.m_uIode = 77;
@@ -88,25 +80,27 @@ TEST_F(Bin36Decoder, OnlyTheLastPacketOfASetOpensTheEpochAndEachBandKeepsItsOwnS
     {
         SCOPED_TRACE(testing::Message() << "band " << c.m_Packet.m_uBand << " packet " << c.m_Packet.m_uIndex
                                         << " of " << c.m_Packet.m_uCount);
-        StartRun();
+        CRun run(*this);
         // An epoch of an earlier second is open: every message, even of no band, closes it first.
-        g_ObsWriter.m_bEpochOpen = 1;
-        g_ObsWriter.m_timeEpoch = GpsTime{2111, 99.0};
-        SetLogTime(100.0, 2111);
-        OnBin36(Frame(c.m_Packet, {Channel(7, 37000000.5, 192668000.25, -800.5, 20.0)}).data());
-        EXPECT_EQ(g_ObsWriter.m_bEpochOpen, c.m_bOpens ? 1 : 0);
-        EXPECT_EQ(g_aSlotBds[0][0].m_uPRN + g_aSlotBds[1][0].m_uPRN + g_aSlotBds[2][0].m_uPRN,
-                  c.m_Packet.m_uBand < 3 ? 7u : 0u);
+        m_LogTime.SetLogTime(99.0, 2111);
+        run.m_Assembly.AddBdsSlot(Slot(9), true, 0);
+        ASSERT_TRUE(run.m_Assembly.EpochOpen());
+        m_LogTime.SetLogTime(100.0, 2111);
+        OnBin36(Frame(c.m_Packet, {Channel(7, 37000000.5, 192668000.25, -800.5, 20.0)}).data(), run.m_Intake);
+        EXPECT_EQ(run.m_Assembly.EpochOpen(), c.m_bOpens);
+        const SObsSlot(&bds)[3][20] = run.m_Slots.m_aSlotBds;
+        EXPECT_EQ(bds[0][0].m_uPRN + bds[1][0].m_uPRN + bds[2][0].m_uPRN, c.m_Packet.m_uBand < 3 ? 7u : 0u);
     }
-    EXPECT_EQ(g_BeidouNavState.m_aEphemeris[kRowC07].m_uIode, 77);
+    EXPECT_EQ(m_Navigation.m_Beidou.m_aEphemeris[kRowC07].m_uIode, 77);
 
     // The same satellite on B1 and B2; then B2's counter moves: only B2 is marked.
-    StartRun();
+    CRun run(*this);
     const std::pair<uint32_t, uint8_t> steps[] = {{0, 5}, {1, 9}, {1, 10}}; // band, slip counter
     for (const auto& [band, slip] : steps)
-        OnBin36(Frame({band, 0, 1}, {Channel(7, 37000000.5, 192668000.25, -800.5, 20.0, slip)}).data());
-    EXPECT_EQ(g_ObsWriter.m_aBds[0][kRowC07].m_uLli, 0u);
-    EXPECT_EQ(g_ObsWriter.m_aBds[1][kRowC07].m_uLli, 1u);
+        OnBin36(Frame({band, 0, 1}, {Channel(7, 37000000.5, 192668000.25, -800.5, 20.0, slip)}).data(),
+                run.m_Intake);
+    EXPECT_EQ(run.m_Assembly.Epoch().m_aBds[0][kRowC07].m_uLli, 0u);
+    EXPECT_EQ(run.m_Assembly.Epoch().m_aBds[1][kRowC07].m_uLli, 1u);
 }
 
 // A whole run. Values sit on the message's grid and the epochs on whole

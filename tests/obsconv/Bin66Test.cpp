@@ -26,24 +26,6 @@ class Bin66Decoder : public CObsconvTest
 protected:
     static constexpr uint32_t kRow5 = 4; // GLONASS slot 5
 
-    void SetUp() override
-    {
-        CObsconvTest::SetUp();
-        std::memcpy(m_aSavedChannel, g_aGlonassChannel, sizeof(m_aSavedChannel));
-        m_aSavedEphemeris[0] = g_GlonassNavState.m_aGloEphemeris[kRow5];
-        m_aSavedEphemeris[1] = g_GlonassNavState.m_aGloPendingEphemeris[kRow5];
-        ComputeGlonassWavelengths();
-    }
-
-    void TearDown() override
-    {
-        std::memcpy(g_aGlonassChannel, m_aSavedChannel, sizeof(m_aSavedChannel));
-        ComputeGlonassWavelengths();
-        g_GlonassNavState.m_aGloEphemeris[kRow5] = m_aSavedEphemeris[0];
-        g_GlonassNavState.m_aGloPendingEphemeris[kRow5] = m_aSavedEphemeris[1];
-        CObsconvTest::TearDown();
-    }
-
     // Decodes channel `n` into the L1 and L2 slots of m_aSlot. The bits a
     // decoder must pass over (record word 0 bits 12-23, channel word bits
     // 8-12) are set, so that a wrong mask shows; empty records stay zero.
@@ -64,15 +46,12 @@ protected:
         {
             m_aSlot[i].m_uChannel = n;
             m_aSlot[i].m_uSignal = i == 0 ? kSignalL1 : kSignalGloL2;
-            DecodeBin66Slot(m_aSlot[i], frame.data());
+            DecodeBin66Slot(m_aSlot[i], frame.data(), m_Navigation.m_Glonass, m_Navigation.m_GlonassFrequencies,
+                            m_Mask);
         }
     }
 
     SObsSlot m_aSlot[2]{}; // L1, L2
-
-private:
-    int16_t m_aSavedChannel[kGlonassSlots];
-    SGlonassEphemeris m_aSavedEphemeris[2];
 };
 
 TEST_F(Bin66Decoder, PhaseIsPlacedOnTheCodeRangeInWavelengthsOfTheSatellitesSlot)
@@ -95,7 +74,7 @@ TEST_F(Bin66Decoder, PhaseIsPlacedOnTheCodeRangeInWavelengthsOfTheSatellitesSlot
     {
         SCOPED_TRACE(testing::Message() << "slot " << int(c.m_uSlot) << " k " << c.m_iK);
         if (c.m_bFromEphemeris)
-            SetGlonassSlotChannel(c.m_uSlot, static_cast<int16_t>(c.m_iK + 8));
+            m_Navigation.m_GlonassFrequencies.SetGlonassSlotChannel(c.m_uSlot, static_cast<int16_t>(c.m_iK + 8));
         const double l1Phase = c.m_dL1Code / GloL1Wavelength(c.m_iK) + c.m_dL1Offset;
         const double l2Phase = c.m_dL2Code / GloL2Wavelength(c.m_iK) + c.m_dL2Offset;
         std::vector<SBin66Channel> channels(12);
@@ -120,7 +99,7 @@ TEST_F(Bin66Decoder, PhaseIsPlacedOnTheCodeRangeInWavelengthsOfTheSatellitesSlot
 TEST_F(Bin66Decoder, OnlySlots1To24WithARecordOccupyAChannelAndEachSignalKeepsItsSlipMemory)
 {
     // Slot 5 has an ephemeris waiting: decoding the satellite brings it into use.
-    SGlonassEphemeris& waiting = g_GlonassNavState.m_aGloPendingEphemeris[kRow5];
+    SGlonassEphemeris& waiting = m_Navigation.m_Glonass.m_aGloPendingEphemeris[kRow5];
     waiting = SGlonassEphemeris{};
     waiting.m_uStatus = kStatusStored;
     waiting.m_uTb = 30;
@@ -129,7 +108,7 @@ TEST_F(Bin66Decoder, OnlySlots1To24WithARecordOccupyAChannelAndEachSignalKeepsIt
     Decode({r05});
     EXPECT_TRUE(m_aSlot[0].m_uPRN == 5 && m_aSlot[1].m_uPRN == 5);
     EXPECT_TRUE(m_aSlot[0].m_bGoodLock == 1 && m_aSlot[1].m_bGoodLock == 0);
-    EXPECT_EQ(g_GlonassNavState.m_aGloEphemeris[kRow5].m_uTb, 30);
+    EXPECT_EQ(m_Navigation.m_Glonass.m_aGloEphemeris[kRow5].m_uTb, 30);
     EXPECT_EQ(waiting.m_uTb, 0);
 
     // No L2: only the L2 slot empties, keeping its measurements; L1's counter wraps.

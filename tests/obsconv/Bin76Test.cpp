@@ -37,7 +37,7 @@ protected:
         {
             m_aSlot[signal].m_uChannel = n;
             m_aSlot[signal].m_uSignal = signal;
-            DecodeBin76Slot(m_aSlot[signal], frame.data());
+            DecodeBin76Slot(m_aSlot[signal], frame.data(), m_Navigation.m_Gps, m_Mask);
         }
     }
 

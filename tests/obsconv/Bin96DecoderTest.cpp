@@ -34,7 +34,7 @@ protected:
     {
         const Bytes bytes = frame.Frame(); // exactly 312 bytes: a read past them shows under the sanitizer
         m_Slot.m_uChannel = n;
-        DecodeBin96Slot(m_Slot, bytes.data());
+        DecodeBin96Slot(m_Slot, bytes.data(), m_Navigation.m_Gps, m_Mask);
     }
 
     SObsSlot m_Slot{};
@@ -78,13 +78,13 @@ TEST_F(Bin96Decoder, SlotsOwnRecordGivesLogarithmicSnrAndMeasurementsInCyclesAnd
 
 TEST_F(Bin96Decoder, OnBin96AddsEveryOccupiedChannelToTheNewEpoch)
 {
-    InitObsSlots();
-    SetLogTime(100.0, 2200);
+    m_LogTime.SetLogTime(100.0, 2200);
     OnBin96(CBin96Frame().Channel(0, 3, 40, 0, 4096).Channel(4, 0, 40, 0).Channel(11, 30, 40, 0, 0, false)
-                .Frame().data());
+                .Frame().data(),
+            m_Intake);
 
-    const CWriteRinexObs& w = g_ObsWriter;
-    EXPECT_TRUE(w.m_bEpochOpen && w.m_bEpochAccepted);
+    const SObsEpoch& w = Pending();
+    EXPECT_TRUE(m_Assembly.EpochOpen() && m_Assembly.EpochAccepted());
     EXPECT_TRUE(w.m_aGpsL1[2].m_bValid && w.m_aGpsL1[2].m_bGood);
     EXPECT_DOUBLE_EQ(w.m_aGpsL1[2].m_dDoppler, -5.255035468570723);
     EXPECT_TRUE(w.m_aGpsL1[29].m_bValid && !w.m_aGpsL1[29].m_bGood); // lock flag clear: left out and marked

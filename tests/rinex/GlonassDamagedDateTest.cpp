@@ -8,6 +8,7 @@
 #include <string>
 
 #include "navstate/NavState.h"
+#include "navstate/Navigation.h"
 #include "rinex/GlonassNavWriter.h"
 
 namespace
@@ -52,7 +53,9 @@ TEST(GlonassDamagedDate, RecordLinesKeepTheirWidth)
     {
         std::FILE* file = std::tmpfile();
         ASSERT_NE(file, nullptr);
-        CWriteRinexGlonassNav writer;
+        CLogTime logTime;
+        CNavigation navigation(logTime);
+        CWriteRinexGlonassNav writer(navigation.m_Glonass, navigation.m_Utc, navigation.m_GlonassFrequencies);
         writer.SetFile(file);
         SGlonassEphemeris record{};
         record.m_uN4 = c.m_uN4;

@@ -26,7 +26,7 @@ TEST_F(MarkerBlockTest, OnlyOneBlockAtATimeAndEventsWithoutBlockChangeNothing)
     // the file gets one block, behind the first epoch.
     w.BeginMarker("SITE A", "0042");
     w.BeginMarker("SITE B", "0099");
-    PutSignal(w.m_aGpsL1[4], 5, kG05L1);
+    PutSignal(m_Epoch.m_aGpsL1[4], 5, kG05L1);
     Flush(100.0);
     const std::string delta = "1.500               0.000               0.000               ANTENNA: DELTA H/E/N\n";
     EXPECT_EQ(FileText(), HeaderText(SHeaderParts{}) + kEpoch1 + kBlockEventBlank + kBlockNameSiteA +

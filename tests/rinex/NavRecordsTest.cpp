@@ -7,12 +7,11 @@
 #include <string>
 #include <vector>
 
-#include "driver/RunStats.h"
+#include <memory>
+
 #include "gnsstime/GpsTime.h"
 #include "logio/BinaryMessages.h"
-#include "navstate/GlonassFrequencies.h"
-#include "navstate/NavState.h"
-#include "navstate/UtcState.h"
+#include "navstate/Navigation.h"
 #include "rinex/BeidouNavWriter.h"
 #include "rinex/GlonassNavWriter.h"
 #include "rinex/NavWriter.h"
@@ -42,25 +41,25 @@ std::string FieldOf(const std::string& line, int index)
     return line.substr(4 + 19 * index, 19);
 }
 
-// Writes the BIN94 of a run into the stored copy at the message's offsets.
-void StoreBin94(double alpha0, int16_t dtLs, int16_t dtLsf)
+// A BIN94 frame with the fields a run takes, at the message's offsets.
+SBinaryMsg94 Bin94(double alpha0, int16_t dtLs, int16_t dtLsf, double a0 = 1.5e-9)
 {
-    uint8_t* f = g_StoredMessages.m_Bin94.m_aFrame;
-    std::memset(f, 0, sizeof(g_StoredMessages.m_Bin94.m_aFrame));
+    SBinaryMsg94 message{};
+    uint8_t* f = message.m_aFrame;
     auto put = [f](uint32_t offset, auto value) { std::memcpy(f + offset, &value, sizeof(value)); };
     std::memcpy(f, "$BIN", 4);
-    put(4, uint16_t{94}), put(6, uint16_t{96}), put(8, alpha0), put(72, 1.5e-9), put(88, uint32_t{61440});
+    put(4, uint16_t{94}), put(6, uint16_t{96}), put(8, alpha0), put(72, a0), put(88, uint32_t{61440});
     put(92, kWeek), put(94, uint16_t{2000}), put(96, uint16_t{1}), put(98, dtLs), put(100, dtLsf);
+    return message;
 }
 
-// Each test starts from empty tables, no stored messages and no log time,
-// with a temporary file for its writer, and leaves the run-wide state clear.
+// Each test starts from a run's empty navigation state and no log time, with
+// a temporary file for its writer.
 class NavRecords : public ::testing::Test
 {
 protected:
     void SetUp() override
     {
-        std::memcpy(m_aSavedChannel, g_aGlonassChannel, sizeof(m_aSavedChannel));
         Clear();
         NewFile();
     }
@@ -73,29 +72,17 @@ protected:
         ASSERT_NE(m_pFile, nullptr);
     }
 
-    void TearDown() override
+    void TearDown() override { std::fclose(m_pFile); }
+
+    // The navigation state of a new run.
+    void Clear()
     {
-        std::fclose(m_pFile);
-        Clear();
-        std::memcpy(g_aGlonassChannel, m_aSavedChannel, sizeof(m_aSavedChannel));
+        m_LogTime = CLogTime{};
+        m_pNav = std::make_unique<CNavigation>(m_LogTime);
     }
 
-    static void Clear()
-    {
-        for (CGpsNavState* s : {&g_GpsNavState, static_cast<CGpsNavState*>(&g_BeidouNavState)})
-        {
-            std::memset(s->m_aEphemeris, 0, sizeof(s->m_aEphemeris));
-            std::memset(s->m_aPendingEphemeris, 0, sizeof(s->m_aPendingEphemeris));
-        }
-        std::memset(g_GlonassNavState.m_aGloEphemeris, 0, sizeof(g_GlonassNavState.m_aGloEphemeris));
-        std::memset(g_GlonassNavState.m_aGloPendingEphemeris, 0, sizeof(g_GlonassNavState.m_aGloPendingEphemeris));
-        SetLogTime(0.0, 0);
-        RunStats = SRunStats{};
-        g_UtcParams = SUtcParams{};
-        g_StoredMessages = SStoredMessages{};
-        g_iGpsLeapSeconds = 0;
-        g_iBeidouLeapSeconds = 0;
-    }
+    CNavigation& Nav() { return *m_pNav; }
+    CUtcState& Utc() { return m_pNav->m_Utc; }
 
     // The lines of the whole file, whatever the stream's position.
     std::vector<std::string> Lines()
@@ -111,12 +98,12 @@ protected:
         return LinesOf(text);
     }
 
-    // Two passes of a new writer over this file, with the leap seconds at
-    // `first` for the first and at `second` for the second; the file's lines.
+    // Two passes of `writer` over this file, with the leap seconds at `first`
+    // for the first and at `second` for the second; the file's lines.
     template <typename Writer>
-    std::vector<std::string> TwoPassesAcrossLeapChange(int32_t& leapSeconds, int32_t first, int32_t second)
+    std::vector<std::string> TwoPassesAcrossLeapChange(Writer& writer, int32_t& leapSeconds, int32_t first,
+                                                       int32_t second)
     {
-        Writer writer;
         writer.SetFile(m_pFile);
         leapSeconds = first;
         writer.WritePending(true);
@@ -126,13 +113,14 @@ protected:
     }
 
     std::FILE* m_pFile = nullptr;
-    int16_t m_aSavedChannel[kGlonassSlots];
+    CLogTime m_LogTime;
+    std::unique_ptr<CNavigation> m_pNav;
 };
 
 TEST_F(NavRecords, PassVisitsSatellites1To32InOrderWithOrWithoutAStreamAndAReturningKeyIsNew)
 {
-    CGpsNavState& s = g_GpsNavState;
-    CWriteRinexNav writer;
+    CGpsNavState& s = Nav().m_Gps;
+    CWriteRinexNav writer(Nav().m_Gps, Utc());
     s.m_aEphemeris[4] = GpsRecord(17);
     s.m_aPendingEphemeris[6] = GpsRecord(18);
     s.m_aEphemeris[32] = GpsRecord(40); // an SBAS row: never visited
@@ -140,11 +128,11 @@ TEST_F(NavRecords, PassVisitsSatellites1To32InOrderWithOrWithoutAStreamAndARetur
 
     // Without a stream the pass runs all the same, so the records in use
     // don't depend on which files are named; nothing counts as written.
-    CWriteRinexNav unnamed;
+    CWriteRinexNav unnamed(Nav().m_Gps, Utc());
     unnamed.WritePending(true);
     EXPECT_EQ(s.m_aPendingEphemeris[6].m_uIode, 0u);
     EXPECT_EQ(s.m_aEphemeris[6].m_uIode, 18u);
-    EXPECT_EQ(RunStats.m_uNavWrites, 0u);
+    EXPECT_EQ(unnamed.m_uRecordsWritten, 0u);
     s.m_aEphemeris[6] = SGpsEphemeris{};
 
     // While the log time isn't set no record is usable: an unforced pass writes nothing.
@@ -165,8 +153,8 @@ TEST_F(NavRecords, PassVisitsSatellites1To32InOrderWithOrWithoutAStreamAndARetur
         written.push_back(lines[at].substr(0, 3) + FieldOf(lines[at + 1], 0));
     EXPECT_EQ(written, (std::vector<std::string>{"G05" + DField(17.0, 12), "G05" + DField(18.0, 12),
                                                  "G12" + DField(17.0, 12), "G05" + DField(17.0, 12)}));
-    EXPECT_EQ(RunStats.m_uNavSatsWritten, 2u);
-    EXPECT_EQ(RunStats.m_uNavWrites, 4u);
+    EXPECT_EQ(writer.m_uSatsWritten, 2u);
+    EXPECT_EQ(writer.m_uRecordsWritten, 4u);
     EXPECT_EQ(s.m_aPendingEphemeris[32].m_uIode, 41u);
 }
 
@@ -184,23 +172,23 @@ TEST_F(NavRecords, LeapSecondsAreTheBin94CountBeforeTheLogTimeAndTheFirstBin94St
         SCOPED_TRACE(c.m_iLeap);
         Clear();
         NewFile();
-        CWriteRinexNav writer;
+        CWriteRinexNav writer(Nav().m_Gps, Utc());
         writer.SetFile(m_pFile);
-        g_GpsNavState.m_aEphemeris[4] = GpsRecord(17);
-        SetLogTime(20000.0, c.m_uLogWeek);
-        StoreBin94(1.5e-8, 17, 18);
+        Nav().m_Gps.m_aEphemeris[4] = GpsRecord(17);
+        m_LogTime.SetLogTime(20000.0, c.m_uLogWeek);
+        Utc().StoreBin94(Bin94(1.5e-8, 17, 18).m_aFrame);
         writer.WritePending(true);
-        EXPECT_EQ(g_iGpsLeapSeconds, c.m_iLeap);
-        EXPECT_EQ(g_iBeidouLeapSeconds, c.m_iLeap - 14);
-        EXPECT_EQ(g_UtcParams.m_uWnLsf, 2000u);
-        EXPECT_EQ(g_UtcParams.m_iDtLsf, 18);
+        EXPECT_EQ(Utc().m_iGpsLeapSeconds, c.m_iLeap);
+        EXPECT_EQ(Utc().m_iBeidouLeapSeconds, c.m_iLeap - 14);
+        EXPECT_EQ(Utc().m_UtcParams.m_uWnLsf, 2000u);
+        EXPECT_EQ(Utc().m_UtcParams.m_iDtLsf, 18);
 
         // A later BIN94 changes neither the lines nor the parameters.
-        StoreBin94(2.5e-8, 30, 31);
-        g_GpsNavState.m_aPendingEphemeris[4] = GpsRecord(18);
+        Utc().StoreBin94(Bin94(2.5e-8, 30, 31).m_aFrame);
+        Nav().m_Gps.m_aPendingEphemeris[4] = GpsRecord(18);
         writer.WritePending(true);
-        EXPECT_EQ(g_UtcParams.m_dAlpha0, 1.5e-8);
-        EXPECT_EQ(g_iGpsLeapSeconds, c.m_iLeap);
+        EXPECT_EQ(Utc().m_UtcParams.m_dAlpha0, 1.5e-8);
+        EXPECT_EQ(Utc().m_iGpsLeapSeconds, c.m_iLeap);
         const std::vector<std::string> lines = Lines();
         ASSERT_EQ(lines.size(), 7u + 2 * 8);
         EXPECT_EQ(lines[2], "GPSA   1.5000D-08  0.0000D+00  0.0000D+00  0.0000D+00       IONOSPHERIC CORR    \n");
@@ -212,21 +200,19 @@ TEST_F(NavRecords, LeapSecondsAreTheBin94CountBeforeTheLogTimeAndTheFirstBin94St
     // its bottom (found by fuzzing: the BeiDou count wrapped round).
     Clear();
     NewFile();
-    CWriteRinexNav writer;
+    CWriteRinexNav writer(Nav().m_Gps, Utc());
     writer.SetFile(m_pFile);
-    g_GpsNavState.m_aEphemeris[4] = GpsRecord(17);
-    SetLogTime(20000.0, kWeek);
-    StoreBin94(1.5e-8, 17, 18);
-    const double damagedA0 = -1e300;
-    std::memcpy(g_StoredMessages.m_Bin94.m_aFrame + 72, &damagedA0, sizeof(damagedA0));
+    Nav().m_Gps.m_aEphemeris[4] = GpsRecord(17);
+    m_LogTime.SetLogTime(20000.0, kWeek);
+    Utc().StoreBin94(Bin94(1.5e-8, 17, 18, -1e300).m_aFrame);
     writer.WritePending(true);
-    EXPECT_EQ(g_iGpsLeapSeconds, INT32_MIN);
-    EXPECT_EQ(g_iBeidouLeapSeconds, INT32_MIN);
+    EXPECT_EQ(Utc().m_iGpsLeapSeconds, INT32_MIN);
+    EXPECT_EQ(Utc().m_iBeidouLeapSeconds, INT32_MIN);
 }
 
 TEST_F(NavRecords, GpsRecordShowsUraByItsLowBitsHealthAsSentAndItsDateWithinFiveHundredthsOfTheNextSecond)
 {
-    CWriteRinexNav writer;
+    CWriteRinexNav writer(Nav().m_Gps, Utc());
     writer.SetFile(m_pFile);
     const struct
     {
@@ -279,16 +265,18 @@ TEST(NavRecordsFit, GpsFitIntervalFollowsFlagIodeAndIodc)
 
 TEST_F(NavRecords, GlonassFrequencyGoesByNOfString4ElseByTheRowAndTheLeapSecondsAreFilledOnce)
 {
-    g_aGlonassChannel[0] = 10; // slot 1: +2
-    g_aGlonassChannel[2] = 1;  // slot 3: -7
-    g_aGlonassChannel[3] = 14; // slot 4: +6
+    int16_t(&channel)[kGlonassSlots] = Nav().m_GlonassFrequencies.m_aGlonassChannel;
+    channel[0] = 10; // slot 1: +2
+    channel[2] = 1;  // slot 3: -7
+    channel[3] = 14; // slot 4: +6
     SGlonassEphemeris r{};
     r.m_uStatus = kStatusStored, r.m_uN4 = 7, r.m_uNt = 100, r.m_uTb = r.m_uTbMinutes = 735, r.m_uSlot = 4;
-    g_GlonassNavState.m_aGloEphemeris[2] = r; // row of slot 3, strings of slot 4
-    r.m_uSlot = 0;                            // n out of range: the row's channel
-    g_GlonassNavState.m_aGloEphemeris[0] = r;
+    Nav().m_Glonass.m_aGloEphemeris[2] = r; // row of slot 3, strings of slot 4
+    r.m_uSlot = 0;                          // n out of range: the row's channel
+    Nav().m_Glonass.m_aGloEphemeris[0] = r;
 
-    const std::vector<std::string> lines = TwoPassesAcrossLeapChange<CWriteRinexGlonassNav>(g_iGpsLeapSeconds, 18, 19);
+    CWriteRinexGlonassNav writer(Nav().m_Glonass, Utc(), Nav().m_GlonassFrequencies);
+    const std::vector<std::string> lines = TwoPassesAcrossLeapChange(writer, Utc().m_iGpsLeapSeconds, 18, 19);
     ASSERT_EQ(lines.size(), 5u + 2 * 4);
     EXPECT_EQ(lines[3], "    18                                                      LEAP SECONDS        \n");
     EXPECT_EQ(lines[5].substr(0, 3) + FieldOf(lines[7], 3), "R01" + DField(2.0, 12));
@@ -309,7 +297,7 @@ TEST_F(NavRecords, GlonassRecordDateIsTheUtcDayOfTbAndFrameTimeItsSecondOfDay)
         {60, 720, "R03 2020 02 29 09 00 00", 32400.0},
         {426, 1425, "R03 2021 03 01 20 45 00", 74700.0},
     };
-    CWriteRinexGlonassNav writer;
+    CWriteRinexGlonassNav writer(Nav().m_Glonass, Utc(), Nav().m_GlonassFrequencies);
     writer.SetFile(m_pFile);
     for (const auto& c : cases)
     {
@@ -335,7 +323,7 @@ TEST_F(NavRecords, BeidouRecordTimesAreBdtWithASignedWeekAndSecondsThatPrintAsSi
         {73.99999996, "C07 2020 06 21 00 01 00", 59.99999996},
         {73.9999999, "C07 2020 06 21 00 00 59", 59.9999999},
     };
-    CWriteRinexBeiDouNav writer;
+    CWriteRinexBeiDouNav writer(Nav().m_Beidou, Utc());
     writer.SetFile(m_pFile);
     for (const auto& c : cases)
     {
@@ -354,9 +342,10 @@ TEST_F(NavRecords, BeidouRecordTimesAreBdtWithASignedWeekAndSecondsThatPrintAsSi
 
 TEST_F(NavRecords, BeidouPassReachesSatellite63AndFillsTheLeapSecondsOnce)
 {
-    g_BeidouNavState.m_aEphemeris[6] = GpsRecord(36);
-    g_BeidouNavState.m_aEphemeris[62] = GpsRecord(36);
-    const std::vector<std::string> lines = TwoPassesAcrossLeapChange<CWriteRinexBeiDouNav>(g_iBeidouLeapSeconds, 4, 5);
+    Nav().m_Beidou.m_aEphemeris[6] = GpsRecord(36);
+    Nav().m_Beidou.m_aEphemeris[62] = GpsRecord(36);
+    CWriteRinexBeiDouNav writer(Nav().m_Beidou, Utc());
+    const std::vector<std::string> lines = TwoPassesAcrossLeapChange(writer, Utc().m_iBeidouLeapSeconds, 4, 5);
     ASSERT_EQ(lines.size(), 7u + 16);
     EXPECT_EQ(lines[7].substr(0, 23), "C07 2020 06 21 04 59 46");
     EXPECT_EQ(lines[15].substr(0, 23), "C63 2020 06 21 04 59 46");

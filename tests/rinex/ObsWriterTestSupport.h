@@ -10,7 +10,8 @@
 #include <string>
 #include <vector>
 
-#include "driver/RunStats.h"
+#include "navstate/GlonassFrequencies.h"
+#include "obsconv/ObsEpoch.h"
 #include "rinex/ObsWriter.h"
 #include "support/ExpectedObsText.h"
 #include "support/ToolRun.h"
@@ -31,7 +32,7 @@ struct SSignal
     uint32_t m_uStrength;
 };
 
-inline void PutSignal(SObsEntry& entry, int32_t prn, const SSignal& s, bool good = true)
+inline void PutSignal(SObsEntry& entry, uint32_t prn, const SSignal& s, bool good = true)
 {
     entry.m_dPhase = s.m_dPhase;
     entry.m_dPseudorange = s.m_dCode;
@@ -43,10 +44,10 @@ inline void PutSignal(SObsEntry& entry, int32_t prn, const SSignal& s, bool good
 }
 
 // A BeiDou signal in the row of its number, which the adders also count as in use.
-inline void PutBeidou(CWriteRinexObs& w, uint32_t band, int32_t prn, const SSignal& s)
+inline void PutBeidou(SObsEpoch& epoch, uint32_t band, uint32_t prn, const SSignal& s)
 {
-    PutSignal(w.m_aBds[band][prn - 1], prn, s);
-    w.m_uBdsRowsInUse = std::max(w.m_uBdsRowsInUse, static_cast<uint32_t>(prn));
+    PutSignal(epoch.m_aBds[band][prn - 1], prn, s);
+    epoch.m_uBdsRowsInUse = std::max(epoch.m_uBdsRowsInUse, prn);
 }
 
 // Signals used throughout, with their field groups as the file shows them.
@@ -77,40 +78,38 @@ inline std::string MarkerBlock(const std::string& eventLine, const std::string& 
     return eventLine + kBlockNameSiteA + kBlockNumber0042 + kBlockDeltaDefault + positionLine + kBlockComment;
 }
 
-// A writer over a file of its own in a scratch folder. The run-wide records the
-// writer reads or counts into are reset around every test.
+// A writer over a file of its own in a scratch folder, and the epoch it is
+// handed, filled by hand the way the epoch assembly fills it.
 class ObsFileFixture : public ::testing::Test
 {
 protected:
     void SetUp() override
     {
-        RunStats = SRunStats{};
-        g_ExternalHeader = SExternalHeader{};
-        std::memcpy(m_aSavedChannel, g_aGlonassChannel, sizeof(m_aSavedChannel));
-        ComputeGlonassWavelengths();
         m_pFile = std::fopen(m_Dir.Path("obs.rnx").c_str(), "w+");
         ASSERT_NE(m_pFile, nullptr);
-        m_pWriter = std::make_unique<CWriteRinexObs>(m_pFile, 1.0, false, nullptr);
+        m_pWriter = std::make_unique<CWriteRinexObs>(m_External, m_Frequencies);
+        m_pWriter->SetSite(m_pFile, nullptr);
+        m_Epoch.m_dInterval = 1.0;
     }
 
     void TearDown() override
     {
         if (m_pFile != nullptr)
             std::fclose(m_pFile);
-        std::memcpy(g_aGlonassChannel, m_aSavedChannel, sizeof(m_aSavedChannel));
-        ComputeGlonassWavelengths();
-        RunStats = SRunStats{};
-        g_ExternalHeader = SExternalHeader{};
     }
 
     CWriteRinexObs& Writer() { return *m_pWriter; }
 
-    // Closes the pending epoch at `seconds` of `week` as accepted and flushes it.
+    // Hands the epoch at `seconds` of `week` to the writer as the assembly
+    // hands an accepted one on, then clears it for the next.
     void Flush(double seconds, uint32_t week = kWeek)
     {
-        m_pWriter->m_timeEpoch = GpsTime{week, seconds};
-        m_pWriter->m_bEpochAccepted = 1;
-        m_pWriter->FlushEpoch();
+        m_Epoch.m_timeEpoch = GpsTime{week, seconds};
+        if (m_Epoch.m_timeFirstObs.m_uWeek == 0)
+            m_Epoch.m_timeFirstObs = m_Epoch.m_timeEpoch;
+        SelectListed(m_Epoch);
+        m_pWriter->WriteEpoch(m_Epoch);
+        ClearEpochTables(m_Epoch);
     }
 
     // The file as it stands on disk once brought up to date, run date masked.
@@ -122,6 +121,8 @@ protected:
 
     CScratchDir m_Dir;
     std::FILE* m_pFile = nullptr;
+    SExternalHeader m_External{};
+    CGlonassFrequencies m_Frequencies;
+    SObsEpoch m_Epoch{};
     std::unique_ptr<CWriteRinexObs> m_pWriter;
-    int16_t m_aSavedChannel[kGlonassSlots] = {};
 };

@@ -27,8 +27,8 @@ TEST_F(Bin76EncoderL2Only, L2CodeComesBackWholeForAnyLowBits)
 
         SObsSlot l1{}, l2{};
         l2.m_uSignal = kSignalGpsL2;
-        DecodeBin76Slot(l1, frame.data());
-        DecodeBin76Slot(l2, frame.data());
+        DecodeBin76Slot(l1, frame.data(), m_Navigation.m_Gps, m_Mask);
+        DecodeBin76Slot(l2, frame.data(), m_Navigation.m_Gps, m_Mask);
         EXPECT_EQ(l1.m_uPRN, 0u) << "low bits " << low;
         ASSERT_EQ(l2.m_uPRN, 9u) << "low bits " << low;
         EXPECT_NEAR(l2.m_dPseudorange, code, 1.0 / 512) << "low bits " << low;

@@ -1,3 +1,0 @@
-#include "driver/RunOptions.h"
-
-SRunOptions RunOptions;

@@ -1,3 +1,0 @@
-#include "logio/BinaryMessages.h"
-
-SStoredMessages g_StoredMessages{};
