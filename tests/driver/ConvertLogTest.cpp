@@ -1,7 +1,11 @@
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <sstream>
 #include <string>
+#include <vector>
 
+#include "driver/CommandLine.h"
 #include "support/ExpectedText.h"
 #include "support/ToolRun.h"
 
@@ -224,4 +228,51 @@ TEST(ConvertLog, ArbitraryBytesEndNormally)
     const std::string tail = "\n" + SummaryText({});
     ASSERT_GE(c.m_Run.m_szStderr.size(), tail.size());
     EXPECT_EQ(c.m_Run.m_szStderr.substr(c.m_Run.m_szStderr.size() - tail.size()), tail);
+}
+
+namespace
+{
+// The file as text, its run date blanked: two runs differ only there.
+std::string WithoutRunDate(std::string text)
+{
+    const std::string label = "PGM / RUN BY / DATE";
+    for (size_t at = text.find(label); at != std::string::npos; at = text.find(label, at + 1))
+        if (at >= 20)
+            text.replace(at - 20, 20, 20, '#');
+    return text;
+}
+
+// Converts the golden case `name` inside this process, its files written to `dir`.
+void ConvertCaseInProcess(const std::string& name, const std::vector<std::string>& options, const CScratchDir& dir)
+{
+    std::vector<std::string> words{"obsforge"};
+    words.insert(words.end(), options.begin(), options.end());
+    words.insert(words.end(), {"-S:" + dir.Path("summary.txt"), std::string(GOLDEN_CASES_DIR) + "/" + name + "/input.log",
+                               dir.Path("obs.rnx"), dir.Path("gps.nav"), dir.Path("glonass.nav"), dir.Path("beidou.nav")});
+    std::vector<const char*> argv;
+    for (const std::string& w : words)
+        argv.push_back(w.c_str());
+    ASSERT_EQ(RunObsforge(static_cast<int>(argv.size()), argv.data()), 0) << name;
+}
+} // namespace
+
+// Conversions in one process share nothing: a run made after another with a
+// different log and a mask, location and -B of its own writes what the same
+// run writes alone, in a process of its own.
+TEST(ConvertLog, ConversionsInOneProcessAreIndependent)
+{
+    const CScratchDir first, other, again;
+    ConvertCaseInProcess("mixed-raw-beidou", {}, first);
+    ConvertCaseInProcess("elevation-mask", {"-E:21.92", "-B", "-L:55.493563,8.456821,59.48"}, other);
+    ConvertCaseInProcess("mixed-raw-beidou", {}, again);
+    for (const char* file : {"obs.rnx", "gps.nav", "glonass.nav", "beidou.nav", "summary.txt"})
+    {
+        std::ifstream alone(std::string(GOLDEN_CASES_DIR) + "/mixed-raw-beidou/expected/" + file);
+        std::ostringstream expected;
+        expected << alone.rdbuf();
+        ASSERT_FALSE(expected.str().empty()) << file;
+        EXPECT_EQ(WithoutRunDate(first.ReadFile(file)), WithoutRunDate(expected.str())) << file;
+        EXPECT_EQ(WithoutRunDate(again.ReadFile(file)), WithoutRunDate(expected.str())) << file;
+    }
+    EXPECT_NE(other.ReadFile("obs.rnx"), first.ReadFile("obs.rnx"));
 }
