@@ -24,6 +24,7 @@
 #include "logbuild/Bin36Encoder.h"
 #include "logbuild/Bin66Encoder.h"
 #include "logbuild/Bin76Encoder.h"
+#include "logbuild/Files.h"
 #include "logbuild/FrameWriter.h"
 #include "logbuild/GpsEphemerisEncoder.h"
 
@@ -183,9 +184,7 @@ Bytes HeaderGrowthLog()
 
 bool Write(const std::string& path, const Bytes& bytes)
 {
-    std::FILE* out = std::fopen(path.c_str(), "wb");
-    const bool written = out != nullptr && std::fwrite(bytes.data(), 1, bytes.size(), out) == bytes.size();
-    if (out == nullptr || std::fclose(out) != 0 || !written)
+    if (!WriteBytes(path, bytes))
     {
         std::fprintf(stderr, "golden_synthetic_logs: can't write %s\n", path.c_str());
         return false;

@@ -48,6 +48,7 @@
 #include "logbuild/Bin66Encoder.h"
 #include "logbuild/Bin76Encoder.h"
 #include "logbuild/Bin96Encoder.h"
+#include "logbuild/Files.h"
 #include "logbuild/FrameWriter.h"
 #include "logbuild/GlonassEncoder.h"
 #include "logbuild/GpsEphemerisEncoder.h"
@@ -231,38 +232,6 @@ bool ParseArguments(int argc, char** argv, SOptions& options)
     options.m_szNav = files[1];
     options.m_szLog = files[2];
     return true;
-}
-
-// The whole text of a file; a name ending in ".gz" goes through gzip.
-std::optional<std::string> LoadText(const std::string& path)
-{
-    std::string text;
-    char buffer[65536];
-    const bool packed = path.size() > 3 && path.compare(path.size() - 3, 3, ".gz") == 0;
-    if (!packed)
-    {
-        std::FILE* in = std::fopen(path.c_str(), "rb");
-        if (in == nullptr)
-            return std::nullopt;
-        size_t got = 0;
-        while ((got = std::fread(buffer, 1, sizeof buffer, in)) > 0)
-            text.append(buffer, got);
-        std::fclose(in);
-        return text;
-    }
-    std::string quoted = "'";
-    for (char c : path)
-        quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
-    quoted += "'";
-    std::FILE* pipe = popen(("gzip -dc -- " + quoted).c_str(), "r");
-    if (pipe == nullptr)
-        return std::nullopt;
-    size_t got = 0;
-    while ((got = std::fread(buffer, 1, sizeof buffer, pipe)) > 0)
-        text.append(buffer, got);
-    if (pclose(pipe) != 0)
-        return std::nullopt;
-    return text;
 }
 
 // --- Time --------------------------------------------------------------------
@@ -1141,12 +1110,7 @@ int main(int argc, char** argv)
         ++epochsSent;
     }
 
-    std::FILE* out = std::fopen(options.m_szLog.c_str(), "wb");
-    if (out == nullptr)
-        return Fail("can't write " + options.m_szLog);
-    const Bytes& bytes = log.Log();
-    const bool written = std::fwrite(bytes.data(), 1, bytes.size(), out) == bytes.size();
-    if (std::fclose(out) != 0 || !written)
+    if (!WriteBytes(options.m_szLog, log.Log()))
         return Fail("can't write " + options.m_szLog);
 
     PrintSummary(log, stats, epochsSent, epochs.size(), lastEpoch - firstEpoch, options.m_bDamage,
