@@ -52,6 +52,7 @@
 #include "logbuild/FrameWriter.h"
 #include "logbuild/GlonassEncoder.h"
 #include "logbuild/GpsEphemerisEncoder.h"
+#include "logbuild/IonoUtcEncoder.h"
 #include "logbuild/RinexNavReader.h"
 #include "logbuild/RinexObsReader.h"
 
@@ -67,13 +68,6 @@ constexpr double kMoscowAheadOfUtc = 10800.0;
 // carrier to noise density in dB-Hz.
 constexpr double kCn0ToSnrDb = 30.0;
 
-// BIN96 units.
-constexpr double kL1CyclesPerMetre = 5.255035468570723;
-constexpr double kBin96DopplerUnitsPerMps = 4096.0;
-constexpr double kBin96SnrScale = 0.8192;
-constexpr int32_t kBin96DopplerMax = (1 << 27) - 1;
-
-constexpr size_t kBin96Channels = 12;
 constexpr size_t kGlonassChannels = kBin66Channels;
 constexpr size_t kBeidouChannels = kBin36Channels;
 constexpr int kLastGlonassSlot = 24;
@@ -367,26 +361,6 @@ SBin76Signal MakeSignal(const SRinexSatObs& sat, const SSignalCodes& codes, CSli
     return signal;
 }
 
-SBin96Channel MakeBin96Channel(const SRinexSatObs& sat, CSlipCounters& slips)
-{
-    const SBin76Signal l1 = MakeSignal(sat, kGpsL1, slips);
-    SBin96Channel c;
-    c.m_uPrn = static_cast<uint8_t>(sat.m_iPrn);
-    if (l1.m_dSnr != 0.0)
-    {
-        const double raw = std::round(std::pow(10.0, l1.m_dSnr / 10.0) / kBin96SnrScale);
-        c.m_uSnrRaw = static_cast<uint8_t>(std::clamp(raw, 1.0, 255.0));
-    }
-    c.m_uSlipCounter = l1.m_uSlipCounter;
-    c.m_bGoodLock = l1.m_bGoodLock;
-    const double doppler = std::round(l1.m_dDoppler / kL1CyclesPerMetre * kBin96DopplerUnitsPerMps);
-    c.m_iDoppler = static_cast<int32_t>(std::clamp(doppler, -static_cast<double>(kBin96DopplerMax),
-                                                   static_cast<double>(kBin96DopplerMax)));
-    c.m_dPseudorange = l1.m_dPseudorange;
-    c.m_dPhase = l1.m_dPhase / kL1CyclesPerMetre;
-    return c;
-}
-
 // --- Ephemerides ---------------------------------------------------------------
 
 uint32_t UraIndex(double metres)
@@ -567,23 +541,20 @@ std::optional<Bytes> MakeBin94(const SRinexNavHeader& header)
     const auto alpha = header.m_Ionosphere.find("GPSA");
     const auto beta = header.m_Ionosphere.find("GPSB");
     const auto utc = header.m_TimeCorrections.find("GPUT");
-    const SRinexLeapSeconds& leap = header.m_Leap;
     if (alpha == header.m_Ionosphere.end() && beta == header.m_Ionosphere.end() &&
-        utc == header.m_TimeCorrections.end() && !leap.m_bPresent)
+        utc == header.m_TimeCorrections.end() && !header.m_Leap.m_bPresent)
         return std::nullopt;
-    CPayloadWriter p;
-    for (size_t i = 0; i < 4; ++i)
-        p.Double(alpha != header.m_Ionosphere.end() ? alpha->second[i] : 0.0);
-    for (size_t i = 0; i < 4; ++i)
-        p.Double(beta != header.m_Ionosphere.end() ? beta->second[i] : 0.0);
-    const SRinexTimeCorrection gput = utc != header.m_TimeCorrections.end() ? utc->second : SRinexTimeCorrection{};
-    p.Double(gput.m_dA0).Double(gput.m_dA1);
-    p.U32(static_cast<uint32_t>(gput.m_iRefSeconds)).U16(static_cast<uint16_t>(gput.m_iRefWeek));
-    const int16_t now = static_cast<int16_t>(leap.m_bPresent ? leap.m_iDeltaLs : kDefaultLeapSeconds);
-    p.U16(static_cast<uint16_t>(leap.m_iWeekLsf)).U16(static_cast<uint16_t>(leap.m_iDayLsf));
-    p.I16(now).I16(leap.m_bPresent ? static_cast<int16_t>(leap.m_iDeltaLsf) : now);
-    p.Zeros(2);
-    return MakeBinFrame(94, p.GetBytes());
+    SBin94Values v;
+    if (alpha != header.m_Ionosphere.end())
+        v.m_adAlpha = alpha->second;
+    if (beta != header.m_Ionosphere.end())
+        v.m_adBeta = beta->second;
+    if (utc != header.m_TimeCorrections.end())
+        v.m_Utc = utc->second;
+    v.m_Leap = header.m_Leap;
+    if (!v.m_Leap.m_bPresent)
+        v.m_Leap.m_iDeltaLs = v.m_Leap.m_iDeltaLsf = kDefaultLeapSeconds; // no change announced
+    return MakeBin94Frame(v);
 }
 
 std::optional<Bytes> MakeBin34(const SRinexNavHeader& header)
@@ -591,15 +562,7 @@ std::optional<Bytes> MakeBin34(const SRinexNavHeader& header)
     const auto bdut = header.m_TimeCorrections.find("BDUT");
     if (bdut == header.m_TimeCorrections.end())
         return std::nullopt;
-    const SRinexTimeCorrection& c = bdut->second;
-    CPayloadWriter p;
-    p.I32(static_cast<int32_t>(std::lround(std::ldexp(c.m_dA0, 30))));
-    p.I32(static_cast<int32_t>(std::lround(std::ldexp(c.m_dA1, 50))));
-    p.Zeros(12);
-    p.U8(static_cast<uint8_t>(std::clamp(c.m_iRefSeconds / 4096, 0, 255)));
-    p.U8(static_cast<uint8_t>(c.m_iRefWeek & 0xFF));
-    p.Zeros(10);
-    return MakeBinFrame(34, p.GetBytes());
+    return MakeBin34Frame(bdut->second);
 }
 
 // --- Sentences -------------------------------------------------------------------
@@ -929,7 +892,7 @@ private:
             for (size_t n = 0; n < kBin96Channels; ++n)
             {
                 if (const SRinexSatObs* sat = OnChannel('G', n))
-                    channels[n] = MakeBin96Channel(*sat, m_Slips);
+                    channels[n] = MakeBin96Channel(static_cast<uint8_t>(sat->m_iPrn), MakeSignal(*sat, kGpsL1, m_Slips));
             }
             m_Log.Frame(MakeBin96Frame(week, time.m_dSeconds, channels));
             return;
