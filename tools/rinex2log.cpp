@@ -55,13 +55,16 @@
 #include "logbuild/IonoUtcEncoder.h"
 #include "logbuild/RinexNavReader.h"
 #include "logbuild/RinexObsReader.h"
+#include "logbuild/fromrinex/LogBuilder.h"
+#include "logbuild/fromrinex/Options.h"
+#include "logbuild/fromrinex/SiteRecords.h"
+#include "logbuild/fromrinex/Summary.h"
+#include "logbuild/fromrinex/WeekTime.h"
+
+using namespace fromrinex;
 
 namespace
 {
-constexpr double kSecondsPerWeek = 604800.0;
-constexpr double kSecondsPerDay = 86400.0;
-constexpr uint32_t kBeidouWeekOffset = 1356; // GPS week of the first BDT week
-constexpr double kBeidouBehindGps = 14.0;    // BDT = GPS time - 14 s
 constexpr double kMoscowAheadOfUtc = 10800.0;
 
 // The messages carry signal to noise in a 1 kHz band; RINEX gives the
@@ -82,13 +85,6 @@ constexpr int kFirstHighD2Prn = 59;
 // first whose metres are not below it.
 constexpr double kUraMetres[16] = {2.0,   2.8,   4.0,   5.7,    8.0,    11.3,   16.0,   32.0,
                                    64.0, 128.0, 256.0, 512.0, 1024.0, 2048.0, 4096.0, 9999.0};
-
-// When the navigation file has no LEAP SECONDS line.
-constexpr int kDefaultLeapSeconds = 18;
-
-// Damage: in front of about one frame in `kDamageOneIn`, 1 to kDamageMaxBytes junk bytes.
-constexpr uint32_t kDamageOneIn = 8;
-constexpr uint32_t kDamageMaxBytes = 32;
 
 // Observation codes of each message signal, in order of preference.
 struct SSignalCodes
@@ -114,157 +110,6 @@ constexpr SBeidouBandCodes kBeidouBandCodes[] = {{0, {"C2I", "L2I", "D2I", "S2I"
                                                  {0, {"C1I", "L1I", "D1I", "S1I"}},
                                                  {1, {"C7I", "L7I", "D7I", "S7I"}},
                                                  {2, {"C6I", "L6I", "D6I", "S6I"}}};
-
-struct SOptions
-{
-    bool m_bBin96 = false;
-    bool m_bBeidouRaw = false;
-    bool m_bDamage = false;
-    uint32_t m_uSeed = 0;
-    bool m_bSentences = false;
-    bool m_bSiteFrame = false;
-    double m_dSpan = 0.0; // 0: no limit
-    std::optional<SRinexTimeCorrection> m_BeidouUtc; // -u: BDUT in place of the file's
-    std::string m_szObs, m_szNav, m_szLog;
-};
-
-void Usage()
-{
-    std::fputs("usage: rinex2log [options] OBS NAV LOG\n"
-               "Builds a receiver log LOG from a RINEX 3 observation file OBS and its\n"
-               "broadcast navigation file NAV (GPS, GLONASS, BeiDou). Names ending in\n"
-               ".gz are read through \"gzip -dc\".\n"
-               "  -g 76|96         GPS observations as BIN76 (L1 C/A, L2, L1 P; default)\n"
-               "                   or BIN96 (L1 C/A only)\n"
-               "  -b decoded|raw   BeiDou ephemerides as decoded (default) or raw BIN35\n"
-               "  -d SEED          damage: junk bytes between frames, seeded by SEED\n"
-               "  -s               sentences: $>JSITERECORD, $>JI, $>JT at the start and\n"
-               "                   $GPGGA from the header position at every epoch\n"
-               "  -m               site frame: a marker record in front of the first epoch\n"
-               "  -t SECONDS       only the epochs less than SECONDS behind the first\n"
-               "  -u A0,A1,T,W     BeiDou UTC parameters for BIN34 (as a BDUT line gives\n"
-               "                   them: s, s/s, seconds and BDT week of the reference),\n"
-               "                   in place of the navigation file's BDUT line\n",
-               stderr);
-}
-
-bool ParseUnsigned(const char* text, uint32_t& value)
-{
-    char* end = nullptr;
-    const unsigned long parsed = std::strtoul(text, &end, 10);
-    if (end == text || *end != '\0' || parsed > 0xFFFFFFFFul)
-        return false;
-    value = static_cast<uint32_t>(parsed);
-    return true;
-}
-
-// "A0,A1,T,W" of -u.
-std::optional<SRinexTimeCorrection> ParseTimeCorrection(const char* text)
-{
-    SRinexTimeCorrection c;
-    char tail = '\0';
-    if (std::sscanf(text, "%lf,%lf,%d,%d%c", &c.m_dA0, &c.m_dA1, &c.m_iRefSeconds, &c.m_iRefWeek, &tail) != 4 ||
-        c.m_iRefSeconds < 0 || c.m_iRefWeek < 0)
-        return std::nullopt;
-    return c;
-}
-
-bool ParseArguments(int argc, char** argv, SOptions& options)
-{
-    std::vector<std::string> files;
-    for (int i = 1; i < argc; ++i)
-    {
-        const std::string arg = argv[i];
-        const bool takesValue = arg == "-g" || arg == "-b" || arg == "-d" || arg == "-t" || arg == "-u";
-        if (takesValue && i + 1 >= argc)
-            return false;
-        if (arg == "-g")
-        {
-            const std::string v = argv[++i];
-            if (v != "76" && v != "96")
-                return false;
-            options.m_bBin96 = v == "96";
-        }
-        else if (arg == "-b")
-        {
-            const std::string v = argv[++i];
-            if (v != "decoded" && v != "raw")
-                return false;
-            options.m_bBeidouRaw = v == "raw";
-        }
-        else if (arg == "-d")
-        {
-            if (!ParseUnsigned(argv[++i], options.m_uSeed))
-                return false;
-            options.m_bDamage = true;
-        }
-        else if (arg == "-t")
-        {
-            char* end = nullptr;
-            options.m_dSpan = std::strtod(argv[++i], &end);
-            if (*end != '\0' || !(options.m_dSpan > 0.0))
-                return false;
-        }
-        else if (arg == "-u")
-        {
-            options.m_BeidouUtc = ParseTimeCorrection(argv[++i]);
-            if (!options.m_BeidouUtc)
-                return false;
-        }
-        else if (arg == "-s")
-            options.m_bSentences = true;
-        else if (arg == "-m")
-            options.m_bSiteFrame = true;
-        else if (arg.size() > 1 && arg[0] == '-')
-            return false;
-        else
-            files.push_back(arg);
-    }
-    if (files.size() != 3)
-        return false;
-    options.m_szObs = files[0];
-    options.m_szNav = files[1];
-    options.m_szLog = files[2];
-    return true;
-}
-
-// --- Time --------------------------------------------------------------------
-
-int64_t DaysSinceUnixEpoch(int year, int month, int day)
-{
-    using namespace std::chrono;
-    const sys_days date = std::chrono::year{year} / std::chrono::month{static_cast<unsigned>(month)} /
-                          std::chrono::day{static_cast<unsigned>(day)};
-    return date.time_since_epoch().count();
-}
-
-const int64_t kGpsEpochDays = DaysSinceUnixEpoch(1980, 1, 6);
-const int64_t kBdtEpochDays = DaysSinceUnixEpoch(2006, 1, 1);
-
-// Week and seconds of week of a calendar time, weeks counted from the day
-// `epochDays`, a Sunday.
-struct SWeekTime
-{
-    uint32_t m_uWeek = 0;
-    double m_dSeconds = 0.0;
-    double Total() const { return m_uWeek * kSecondsPerWeek + m_dSeconds; }
-};
-
-SWeekTime WeekTime(const SRinexDateTime& t, int64_t epochDays)
-{
-    const int64_t days = DaysSinceUnixEpoch(t.m_iYear, t.m_iMonth, t.m_iDay) - epochDays;
-    SWeekTime w;
-    w.m_uWeek = static_cast<uint32_t>(days / 7);
-    w.m_dSeconds = static_cast<double>(days % 7) * kSecondsPerDay + t.m_iHour * 3600.0 + t.m_iMinute * 60.0 +
-                   t.m_dSeconds;
-    return w;
-}
-
-// Seconds of week of a total time.
-double SecondsOfWeek(double total)
-{
-    return total - std::floor(total / kSecondsPerWeek) * kSecondsPerWeek;
-}
 
 // --- Channels ------------------------------------------------------------------
 
@@ -420,7 +265,7 @@ SNavEvent GpsEvent(const SRinexNavRecord& r)
 {
     SGpsEphemerisValues v;
     v.m_uSatellite = static_cast<uint16_t>(r.m_iPrn);
-    const SWeekTime toc = WeekTime(r.m_Time, kGpsEpochDays);
+    const SWeekTime toc = GpsWeekTime(r.m_Time);
     v.m_uWeek = static_cast<uint32_t>(r.Get(Orbit(5, 3), toc.m_uWeek));
     v.m_dToc = toc.m_dSeconds;
     TakeKeplerFields(r, v);
@@ -482,7 +327,7 @@ SNavEvent GlonassEvent(const SRinexNavRecord& r, const SRinexNavHeader& header, 
 
     // The message frame time tk: seconds of the UTC week; the frame starts
     // at tk Moscow time.
-    const double tocUtc = WeekTime(t, kGpsEpochDays).Total();
+    const double tocUtc = GpsWeekTime(t).Total();
     double txUtc = std::floor(tocUtc / kSecondsPerWeek) * kSecondsPerWeek + r.Get(2);
     if (txUtc - tocUtc > kSecondsPerWeek / 2)
         txUtc -= kSecondsPerWeek;
@@ -504,7 +349,7 @@ SNavEvent BeidouEvent(const SRinexNavRecord& r, const SRinexNavHeader& header)
 {
     SBeidouEphemerisValues v;
     v.m_uSatellite = static_cast<uint32_t>(r.m_iPrn);
-    const SWeekTime toc = WeekTime(r.m_Time, kBdtEpochDays);
+    const SWeekTime toc = BdtWeekTime(r.m_Time);
     v.m_uWeek = static_cast<uint32_t>(r.Get(Orbit(5, 3), toc.m_uWeek));
     v.m_dToc = toc.m_dSeconds;
     TakeKeplerFields(r, v);
@@ -565,130 +410,6 @@ std::optional<Bytes> MakeBin34(const SRinexNavHeader& header)
     return MakeBin34Frame(bdut->second);
 }
 
-// --- Sentences -------------------------------------------------------------------
-
-// A sentence field: no commas, no checksum star, never empty (an empty field
-// would shift the ones behind it for a reader that splits at commas).
-std::string SentenceField(std::string text)
-{
-    for (char& c : text)
-    {
-        if (c == ',' || c == '*' || c == '\r' || c == '\n')
-            c = ' ';
-    }
-    return text.empty() ? "-" : text;
-}
-
-std::string WithChecksum(const std::string& body)
-{
-    unsigned sum = 0;
-    for (size_t i = 1; i < body.size(); ++i)
-        sum ^= static_cast<unsigned char>(body[i]);
-    char tail[8];
-    std::snprintf(tail, sizeof tail, "*%02X\r\n", sum);
-    return body + tail;
-}
-
-std::string Format(const char* format, ...) __attribute__((format(printf, 1, 2)));
-std::string Format(const char* format, ...)
-{
-    char text[512];
-    va_list args;
-    va_start(args, format);
-    std::vsnprintf(text, sizeof text, format, args);
-    va_end(args);
-    return text;
-}
-
-// WGS-84 latitude and longitude in degrees and height in metres.
-std::array<double, 3> EcefToLlh(const std::array<double, 3>& xyz)
-{
-    constexpr double a = 6378137.0;
-    constexpr double f = 1.0 / 298.257223563;
-    constexpr double e2 = f * (2.0 - f);
-    const double p = std::hypot(xyz[0], xyz[1]);
-    double lat = std::atan2(xyz[2], p * (1.0 - e2));
-    double h = 0.0;
-    for (int i = 0; i < 10; ++i)
-    {
-        const double n = a / std::sqrt(1.0 - e2 * std::sin(lat) * std::sin(lat));
-        h = p / std::cos(lat) - n;
-        lat = std::atan2(xyz[2], p * (1.0 - e2 * n / (n + h)));
-    }
-    constexpr double kDegrees = 180.0 / 3.14159265358979323846;
-    return {lat * kDegrees, std::atan2(xyz[1], xyz[0]) * kDegrees, h};
-}
-
-std::string GgaSentence(double utcTotal, const std::array<double, 3>& llh, int satellites)
-{
-    const double sod = std::fmod(SecondsOfWeek(utcTotal), kSecondsPerDay);
-    const int hour = static_cast<int>(sod / 3600.0);
-    const int minute = static_cast<int>((sod - hour * 3600.0) / 60.0);
-    const double second = sod - hour * 3600.0 - minute * 60.0;
-    const double lat = std::fabs(llh[0]);
-    const double lon = std::fabs(llh[1]);
-    const int latDeg = static_cast<int>(lat);
-    const int lonDeg = static_cast<int>(lon);
-    return WithChecksum(Format("$GPGGA,%02d%02d%05.2f,%02d%010.7f,%c,%03d%010.7f,%c,1,%02d,1.0,%.3f,M,0.000,M,,",
-                               hour, minute, second, latDeg, (lat - latDeg) * 60.0, llh[0] < 0.0 ? 'S' : 'N',
-                               lonDeg, (lon - lonDeg) * 60.0, llh[1] < 0.0 ? 'W' : 'E',
-                               std::min(satellites, 99), llh[2]));
-}
-
-// --- The log -----------------------------------------------------------------------
-
-class CLogBuilder
-{
-public:
-    explicit CLogBuilder(const SOptions& options) : m_bDamage(options.m_bDamage), m_Random(options.m_uSeed) {}
-
-    void Frame(const Bytes& frame)
-    {
-        if (m_bDamage && !m_aLog.empty() && m_Random() % kDamageOneIn == 0)
-            Junk();
-        AppendBytes(m_aLog, frame);
-        if (frame.size() > 6 && frame[0] == '$' && frame[1] == 'B')
-            ++m_Counts[frame[4] | frame[5] << 8];
-    }
-    void Sentence(const std::string& text) { Frame(MakeSentence(text)); }
-
-    const Bytes& Log() const { return m_aLog; }
-    const std::map<int, unsigned>& Counts() const { return m_Counts; }
-    size_t JunkBytes() const { return m_uJunk; }
-
-private:
-    // Bytes that can't start a frame of any kind, so that none of them can
-    // take the frame behind them into a false one.
-    void Junk()
-    {
-        const uint32_t count = 1 + m_Random() % kDamageMaxBytes;
-        for (uint32_t i = 0; i < count; ++i)
-        {
-            uint8_t byte = 0;
-            do
-                byte = static_cast<uint8_t>(m_Random());
-            while (byte == '$' || byte == 'I' || byte == 0xD3 || byte == 0xB7);
-            m_aLog.push_back(byte);
-        }
-        m_uJunk += count;
-    }
-
-    bool m_bDamage;
-    std::mt19937 m_Random;
-    Bytes m_aLog;
-    std::map<int, unsigned> m_Counts;
-    size_t m_uJunk = 0;
-};
-
-struct SSystemStats
-{
-    std::set<int> m_In, m_Sent;
-    size_t m_uObsIn = 0, m_uObsSent = 0, m_uNoChannel = 0, m_uNoCode = 0;
-    size_t m_uLocked = 0; // sent with the lock flag on a signal by which a converter lists them
-    unsigned m_uNavIn = 0, m_uNavUnfit = 0;
-};
-using StatsBySystem = std::map<char, SSystemStats>;
-
 // The ephemerides of the navigation file in the order of their transmission
 // times. Of those sent before the first epoch, the receiver has only the
 // latest of each satellite to give.
@@ -740,17 +461,11 @@ void SendPreamble(CLogBuilder& log, const SOptions& options, const SRinexObsHead
 {
     if (options.m_bSentences)
     {
-        // The receiver's own records carry no checksum: a reader would take it
-        // for part of the last field.
-        log.Sentence(Format("$>JSITERECORD,%s,%.4f,%.4f,%.4f,%s,Stationary\r\n",
-                            SentenceField(h.m_szMarkerName).c_str(), h.m_adAntennaDelta[0], h.m_adAntennaDelta[1],
-                            h.m_adAntennaDelta[2], SentenceField(h.m_szAntennaType).c_str()));
-        log.Sentence(Format("$>JI,%s,-,-,-,-,-,%s\r\n", SentenceField(h.m_szReceiverNumber).c_str(),
-                            SentenceField(h.m_szReceiverVersion).c_str()));
-        log.Sentence("$>JT," + SentenceField(h.m_szReceiverType) + "\r\n");
+        for (const std::string& sentence : SiteSentences(h))
+            log.Sentence(sentence);
     }
     if (options.m_bSiteFrame)
-        log.Frame(MakeMarkerSiteFrame(1, h.m_szMarkerName, h.m_szMarkerNumber));
+        log.Frame(MakeMarkerFrame(h));
     if (const std::optional<Bytes> bin94 = MakeBin94(navHeader))
         log.Frame(*bin94);
     if (const std::optional<Bytes> bin34 = MakeBin34(navHeader))
@@ -783,7 +498,7 @@ public:
 
     void Send(const SRinexObsEpoch& epoch)
     {
-        const SWeekTime time = WeekTime(epoch.m_Time, kGpsEpochDays);
+        const SWeekTime time = GpsWeekTime(epoch.m_Time);
         AssignChannels(epoch);
         SendDueEphemerides(time.Total());
         SendGps(time); // opens the epoch
@@ -975,33 +690,6 @@ private:
     CSlipCounters m_Slips;
 };
 
-void PrintSummary(const CLogBuilder& log, const StatsBySystem& stats, size_t epochsSent, size_t epochsIn,
-                  double spanSent, bool damage, bool haveBdut)
-{
-    std::fprintf(stderr, "rinex2log: %zu of %zu epochs, %.0f s from the first; %zu bytes", epochsSent, epochsIn,
-                 spanSent, log.Log().size());
-    if (damage)
-        std::fprintf(stderr, " (%zu of them junk)", log.JunkBytes());
-    std::fputs("\n", stderr);
-    for (const char system : {'G', 'R', 'C'})
-    {
-        const auto it = stats.find(system);
-        const SSystemStats s = it == stats.end() ? SSystemStats{} : it->second;
-        std::fprintf(stderr,
-                     "  %c: satellites %zu in, %zu sent; observations %zu in, %zu sent (%zu of them locked), "
-                     "%zu without a code range the messages carry, %zu without a channel; "
-                     "ephemerides %u in, %u unfit\n",
-                     system, s.m_In.size(), s.m_Sent.size(), s.m_uObsIn, s.m_uObsSent, s.m_uLocked, s.m_uNoCode,
-                     s.m_uNoChannel, s.m_uNavIn, s.m_uNavUnfit);
-    }
-    std::fputs("  messages:", stderr);
-    for (const auto& [number, count] : log.Counts())
-        std::fprintf(stderr, " BIN%d:%u", number, count);
-    std::fputs("\n", stderr);
-    if (!haveBdut)
-        std::fputs("  no BDUT line in the navigation header: no BIN34\n", stderr);
-}
-
 int Fail(const std::string& text)
 {
     std::fprintf(stderr, "rinex2log: %s\n", text.c_str());
@@ -1014,7 +702,7 @@ int main(int argc, char** argv)
     SOptions options;
     if (!ParseArguments(argc, argv, options))
     {
-        Usage();
+        PrintUsage();
         return 2;
     }
 
@@ -1035,7 +723,7 @@ int main(int argc, char** argv)
         return Fail(options.m_szObs + ": " + obsReader.Error());
     if (epochs.empty())
         return Fail(options.m_szObs + ": no observation epochs");
-    const double firstEpoch = WeekTime(epochs.front().m_Time, kGpsEpochDays).Total();
+    const double firstEpoch = GpsWeekTime(epochs.front().m_Time).Total();
 
     const std::optional<std::string> navText = LoadText(options.m_szNav);
     if (!navText)
@@ -1058,14 +746,14 @@ int main(int argc, char** argv)
     if (!navReader.Error().empty())
         return Fail(options.m_szNav + ": " + navReader.Error());
 
-    CLogBuilder log(options);
+    CLogBuilder log(options.m_bDamage, options.m_uSeed);
     SendPreamble(log, options, obsHeader, navHeader);
     CEpochSender sender(options, obsHeader, std::move(events), leapSeconds, log, stats);
     size_t epochsSent = 0;
     double lastEpoch = firstEpoch;
     for (const SRinexObsEpoch& epoch : epochs)
     {
-        const double time = WeekTime(epoch.m_Time, kGpsEpochDays).Total();
+        const double time = GpsWeekTime(epoch.m_Time).Total();
         if (options.m_dSpan > 0.0 && time - firstEpoch >= options.m_dSpan)
             break;
         sender.Send(epoch);
