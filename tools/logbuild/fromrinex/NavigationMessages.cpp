@@ -43,10 +43,13 @@ constexpr size_t Orbit(size_t line, size_t field)
 }
 
 // The clock and orbit fields that GPS and BeiDou records share, from their
-// places in the record into the members of the same names.
+// places in the record into the members of the same names; the week is the
+// record's, or that of toc (`toc`, in the system's weeks) where it has none.
 template <typename TValues>
-void TakeKeplerFields(const SRinexNavRecord& r, TValues& v)
+void TakeKeplerFields(const SRinexNavRecord& r, const SWeekTime& toc, TValues& v)
 {
+    v.m_uWeek = static_cast<uint32_t>(r.Get(Orbit(5, 3), toc.m_uWeek));
+    v.m_dToc = toc.m_dSeconds;
     v.m_dAf0 = r.Get(0);
     v.m_dAf1 = r.Get(1);
     v.m_dAf2 = r.Get(2);
@@ -73,9 +76,7 @@ SNavEvent GpsEvent(const SRinexNavRecord& r)
     SGpsEphemerisValues v;
     v.m_uSatellite = static_cast<uint16_t>(r.m_iPrn);
     const SWeekTime toc = GpsWeekTime(r.m_Time);
-    v.m_uWeek = static_cast<uint32_t>(r.Get(Orbit(5, 3), toc.m_uWeek));
-    v.m_dToc = toc.m_dSeconds;
-    TakeKeplerFields(r, v);
+    TakeKeplerFields(r, toc, v);
     v.m_uIode = static_cast<uint16_t>(r.Get(Orbit(1, 1)));
     v.m_uL2PFlag = r.Get(Orbit(5, 4)) != 0.0 ? 1 : 0;
     v.m_uUra = static_cast<uint16_t>(UraIndex(r.Get(Orbit(6, 1))));
@@ -157,9 +158,7 @@ SNavEvent BeidouEvent(const SRinexNavRecord& r, const SRinexNavHeader& header)
     SBeidouEphemerisValues v;
     v.m_uSatellite = static_cast<uint32_t>(r.m_iPrn);
     const SWeekTime toc = BdtWeekTime(r.m_Time);
-    v.m_uWeek = static_cast<uint32_t>(r.Get(Orbit(5, 3), toc.m_uWeek));
-    v.m_dToc = toc.m_dSeconds;
-    TakeKeplerFields(r, v);
+    TakeKeplerFields(r, toc, v);
     v.m_uAode = static_cast<uint32_t>(r.Get(Orbit(1, 1)));
     v.m_uUrai = UraIndex(r.Get(Orbit(6, 1)));
     v.m_uSatH1 = r.Get(Orbit(6, 2)) != 0.0 ? 1 : 0;

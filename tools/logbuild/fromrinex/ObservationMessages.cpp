@@ -20,6 +20,20 @@ double SnrDb(const SRinexSatObs& sat, const char* code)
     const double db = s->m_dValue - kCn0ToSnrDb;
     return db == 0.0 ? 1e-6 : db; // an exact 0.0 would read as "no value"
 }
+
+// Element n made by `make` from the satellite on channel n; the channels
+// without one stay empty.
+template <typename TChannel, typename TMake>
+std::vector<TChannel> ChannelsOf(const std::vector<const SRinexSatObs*>& onChannels, TMake make)
+{
+    std::vector<TChannel> channels(onChannels.size());
+    for (size_t n = 0; n < onChannels.size(); ++n)
+    {
+        if (onChannels[n] != nullptr)
+            channels[n] = make(*onChannels[n]);
+    }
+    return channels;
+}
 } // namespace
 
 uint8_t CSlipCounters::Update(const SRinexSatObs& sat, const char* phaseCode)
@@ -59,55 +73,44 @@ Bytes MakeGpsObsFrame(const SWeekTime& time, bool bin96, const std::vector<const
     const auto week = static_cast<uint16_t>(time.m_uWeek);
     if (bin96)
     {
-        std::vector<SBin96Channel> channels(onChannels.size());
-        for (size_t n = 0; n < onChannels.size(); ++n)
-        {
-            if (const SRinexSatObs* sat = onChannels[n])
-                channels[n] = MakeBin96Channel(static_cast<uint8_t>(sat->m_iPrn), MakeSignal(*sat, kGpsL1, slips));
-        }
+        const auto channels = ChannelsOf<SBin96Channel>(onChannels, [&](const SRinexSatObs& sat) {
+            return MakeBin96Channel(static_cast<uint8_t>(sat.m_iPrn), MakeSignal(sat, kGpsL1, slips));
+        });
         return MakeBin96Frame(week, time.m_dSeconds, channels);
     }
     // Channels 12 to 14 have no L2 and L1 P words: the encoder leaves them out.
-    std::vector<SBin76Channel> channels(onChannels.size());
-    for (size_t n = 0; n < onChannels.size(); ++n)
-    {
-        const SRinexSatObs* sat = onChannels[n];
-        if (sat == nullptr)
-            continue;
-        SBin76Channel& c = channels[n];
-        c.m_uPrn = static_cast<uint8_t>(sat->m_iPrn);
-        c.m_L1 = MakeSignal(*sat, kGpsL1, slips);
-        c.m_L2 = MakeSignal(*sat, kGpsL2, slips);
-        if (const SRinexObsValue* p = sat->Find(kGpsL1P.m_szCode))
+    const auto channels = ChannelsOf<SBin76Channel>(onChannels, [&](const SRinexSatObs& sat) {
+        SBin76Channel c;
+        c.m_uPrn = static_cast<uint8_t>(sat.m_iPrn);
+        c.m_L1 = MakeSignal(sat, kGpsL1, slips);
+        c.m_L2 = MakeSignal(sat, kGpsL2, slips);
+        if (const SRinexObsValue* p = sat.Find(kGpsL1P.m_szCode))
         {
             c.m_L1P.m_dPseudorange = p->m_dValue;
-            c.m_L1P.m_dSnr = SnrDb(*sat, kGpsL1P.m_szSnr);
+            c.m_L1P.m_dSnr = SnrDb(sat, kGpsL1P.m_szSnr);
         }
-    }
+        return c;
+    });
     return MakeBin76Frame(week, time.m_dSeconds, channels);
 }
 
 Bytes MakeGlonassObsFrame(const SWeekTime& time, const std::vector<const SRinexSatObs*>& onChannels,
                           CSlipCounters& slips)
 {
-    std::vector<SBin66Channel> channels(onChannels.size());
-    for (size_t n = 0; n < onChannels.size(); ++n)
-    {
-        const SRinexSatObs* sat = onChannels[n];
-        if (sat == nullptr)
-            continue;
-        SBin66Channel& c = channels[n];
-        c.m_uSlot = static_cast<uint8_t>(sat->m_iPrn);
-        c.m_L1 = MakeSignal(*sat, kGlonassL1, slips);
+    const auto channels = ChannelsOf<SBin66Channel>(onChannels, [&](const SRinexSatObs& sat) {
+        SBin66Channel c;
+        c.m_uSlot = static_cast<uint8_t>(sat.m_iPrn);
+        c.m_L1 = MakeSignal(sat, kGlonassL1, slips);
         for (const SSignalCodes& l2 : kGlonassL2)
         {
-            if (sat->Find(l2.m_szCode) != nullptr)
+            if (sat.Find(l2.m_szCode) != nullptr)
             {
-                c.m_L2 = MakeSignal(*sat, l2, slips);
+                c.m_L2 = MakeSignal(sat, l2, slips);
                 break;
             }
         }
-    }
+        return c;
+    });
     return MakeBin66Frame(static_cast<uint16_t>(time.m_uWeek), time.m_dSeconds, channels);
 }
 
@@ -115,15 +118,15 @@ Bytes MakeBeidouObsFrame(const SWeekTime& time, const std::vector<SBeidouBandCod
                          const std::vector<const SRinexSatObs*>& onChannels, CSlipCounters& slips)
 {
     const SBeidouBandCodes& band = bands[index];
-    std::vector<SBin36Channel> channels(onChannels.size());
-    for (size_t n = 0; n < onChannels.size(); ++n)
-    {
-        const SRinexSatObs* sat = onChannels[n];
-        if (sat == nullptr || sat->Find(band.m_Codes.m_szCode) == nullptr)
-            continue;
-        channels[n].m_uPrn = static_cast<uint8_t>(sat->m_iPrn);
-        channels[n].m_Signal = MakeSignal(*sat, band.m_Codes, slips);
-    }
+    const auto channels = ChannelsOf<SBin36Channel>(onChannels, [&](const SRinexSatObs& sat) {
+        SBin36Channel c; // empty for a satellite without the band
+        if (sat.Find(band.m_Codes.m_szCode) != nullptr)
+        {
+            c.m_uPrn = static_cast<uint8_t>(sat.m_iPrn);
+            c.m_Signal = MakeSignal(sat, band.m_Codes, slips);
+        }
+        return c;
+    });
     const SBin36Packet packet{band.m_uBand, static_cast<uint32_t>(index), static_cast<uint32_t>(bands.size())};
     return MakeBin36Frame(static_cast<uint16_t>(time.m_uWeek), time.m_dSeconds, packet, channels);
 }
