@@ -7,14 +7,15 @@
 #include <sstream>
 
 #include "logbuild/Files.h"
+#include "logbuild/TimeScales.h"
 #include "qc/QcSignals.h"
 
 namespace
 {
 constexpr double kPi = 3.14159265358979323846;
-constexpr double kSecondsPerDay = 86400.0;
-constexpr double kBeidouBehindGps = 14.0;         // BDT = GPS time - 14 s
-constexpr double kBeidouWeekOffset = 1356.0;      // GPS week of BDT week 0
+using logbuild::kBeidouBehindGps;
+using logbuild::kBeidouWeekOffset;
+using logbuild::kSecondsPerDay;
 // GPS constants of the broadcast orbit.
 constexpr double kGpsMu = 3.986005e14;
 constexpr double kGpsEarthRate = 7.2921151467e-5;

@@ -3,16 +3,16 @@
 #include <cstdint>
 
 #include "logbuild/RinexObsReader.h"
+#include "logbuild/TimeScales.h"
 
-// The time scales of the log: GPS weeks for the observation messages and
-// the transmission times, BDT weeks for BeiDou records. The builder counts
-// them on its own, apart from the converter's time arithmetic.
+// The weeks of the log: GPS weeks for the observation messages and the
+// transmission times, BDT weeks for BeiDou records.
 namespace fromrinex
 {
-constexpr double kSecondsPerWeek = 604800.0;
-constexpr double kSecondsPerDay = 86400.0;
-constexpr uint32_t kBeidouWeekOffset = 1356; // GPS week of the first BDT week
-constexpr double kBeidouBehindGps = 14.0;    // BDT = GPS time - 14 s
+using logbuild::kBeidouBehindGps;
+using logbuild::kBeidouWeekOffset;
+using logbuild::kSecondsPerDay;
+using logbuild::kSecondsPerWeek;
 
 // When the navigation file has no LEAP SECONDS line.
 constexpr int kDefaultLeapSeconds = 18;
