@@ -24,16 +24,17 @@
 #include "logbuild/Bin36Encoder.h"
 #include "logbuild/Bin66Encoder.h"
 #include "logbuild/Bin76Encoder.h"
+#include "logbuild/Carriers.h"
+#include "logbuild/Files.h"
 #include "logbuild/FrameWriter.h"
 #include "logbuild/GpsEphemerisEncoder.h"
+#include "logbuild/IonoUtcEncoder.h"
+#include "logbuild/PackedRecordEncoder.h"
 
 namespace
 {
-constexpr double kL1CyclesPerMetre = 5.255035468570723;
-constexpr double kL2CyclesPerMetre = 4.094832832652519;
-constexpr double kSpeedOfLight = 299792458.0;
-constexpr double kB1Hz = 1561.098e6;
-constexpr double kGlonassL1Hz = 1602e6 + 562500.0; // slot 1, channel +1
+using namespace logbuild;
+constexpr double kGlonassL1Hz = kGlonassL1BaseHz + kGlonassL1StepHz; // slot 1, channel +1
 
 // A phase in whole 1/1024 cycle, `offset` cycles from the code range's.
 double PhaseNear(double code, double cyclesPerMetre, double offset)
@@ -59,11 +60,11 @@ Bytes GpsEpoch(uint16_t week, double seconds, int epoch)
 {
     SBin76Channel g05, g12;
     g05.m_uPrn = 5;
-    g05.m_L1 = Signal(21000000.5, 100.25, epoch, kL1CyclesPerMetre, 0.25, -1234.5, 2000, 0.1024);
-    g05.m_L2 = Signal(21000003.0, 100.25, epoch, kL2CyclesPerMetre, -0.5, -961.9140625, 400, 0.1164);
+    g05.m_L1 = Signal(21000000.5, 100.25, epoch, kL1CyclesPerMetre, 0.25, -1234.5, 2000, kSnrScale12Bit);
+    g05.m_L2 = Signal(21000003.0, 100.25, epoch, kL2CyclesPerMetre, -0.5, -961.9140625, 400, kSnrScaleL2L1P);
     g12.m_uPrn = 12;
-    g12.m_L1 = Signal(22000000.25, -50.5, epoch, kL1CyclesPerMetre, -0.125, 876.0, 300, 0.1024);
-    g12.m_L2 = Signal(21999998.75, -50.5, epoch, kL2CyclesPerMetre, 0.375, 682.6171875, 100, 0.1164);
+    g12.m_L1 = Signal(22000000.25, -50.5, epoch, kL1CyclesPerMetre, -0.125, 876.0, 300, kSnrScale12Bit);
+    g12.m_L2 = Signal(21999998.75, -50.5, epoch, kL2CyclesPerMetre, 0.375, 682.6171875, 100, kSnrScaleL2L1P);
     return MakeBin76Frame(week, seconds, {g05, g12});
 }
 
@@ -71,7 +72,7 @@ Bytes BeidouEpoch(uint16_t week, double seconds, int epoch)
 {
     SBin36Channel c11;
     c11.m_uPrn = 11;
-    c11.m_Signal = Signal(22500000.75, 60.5, epoch, kB1Hz / kSpeedOfLight, 0.125, -500.0, 1000, 0.1024);
+    c11.m_Signal = Signal(22500000.75, 60.5, epoch, kB1Hz / kSpeedOfLight, 0.125, -500.0, 1000, kSnrScale12Bit);
     return MakeBin36Frame(week, seconds, SBin36Packet{0, 0, 1}, {{}, {}, {}, {}, c11});
 }
 
@@ -79,7 +80,7 @@ Bytes GlonassEpoch(uint16_t week, double seconds, int epoch)
 {
     SBin66Channel r01;
     r01.m_uSlot = 1;
-    r01.m_L1 = Signal(19500000.75, 80.0, epoch, kGlonassL1Hz / kSpeedOfLight, 0.5, 2500.0, 800, 0.1024);
+    r01.m_L1 = Signal(19500000.75, 80.0, epoch, kGlonassL1Hz / kSpeedOfLight, 0.5, 2500.0, 800, kSnrScale12Bit);
     return MakeBin66Frame(week, seconds, {r01});
 }
 
@@ -87,20 +88,22 @@ Bytes GlonassEpoch(uint16_t week, double seconds, int epoch)
 // of week 2111, 18 s before it and 19 s after.
 Bytes Bin94()
 {
-    CPayloadWriter p;
-    for (const double v : {1.1175870895385742e-08, 7.450580596923828e-09, -5.960464477539063e-08,
-                           -5.960464477539063e-08, 90112.0, 0.0, -196608.0, -65536.0})
-        p.Double(v);
-    p.Double(0.0).Double(0.0).U32(589824).U16(2111).U16(2111).U16(7).I16(18).I16(19).U16(0);
-    return MakeBinFrame(94, p.GetBytes());
+    SBin94Values v;
+    v.m_adAlpha = {1.1175870895385742e-08, 7.450580596923828e-09, -5.960464477539063e-08, -5.960464477539063e-08};
+    v.m_adBeta = {90112.0, 0.0, -196608.0, -65536.0};
+    v.m_Utc.m_iRefSeconds = 589824;
+    v.m_Utc.m_iRefWeek = 2111;
+    v.m_Leap.m_iDeltaLs = 18;
+    v.m_Leap.m_iDeltaLsf = 19;
+    v.m_Leap.m_iWeekLsf = 2111;
+    v.m_Leap.m_iDayLsf = 7;
+    return MakeBin94Frame(v);
 }
 
 // BeiDou UTC: A0 -5 x 2^-30 s, A1 3 x 2^-50 s/s, reference 16 x 4096 s of BDT week 756.
 Bytes Bin34()
 {
-    CPayloadWriter p;
-    p.I32(-5).I32(3).Zeros(12).U8(16).U8(756 % 256).Zeros(10);
-    return MakeBinFrame(34, p.GetBytes());
+    return MakeBin34Frame(SRinexTimeCorrection{-5 * 0x1p-30, 3 * 0x1p-50, 16 * 4096, 756});
 }
 
 // G05's ephemeris of week 2112, reference time 0 (Sunday 00:00:00 GPS).
@@ -183,9 +186,7 @@ Bytes HeaderGrowthLog()
 
 bool Write(const std::string& path, const Bytes& bytes)
 {
-    std::FILE* out = std::fopen(path.c_str(), "wb");
-    const bool written = out != nullptr && std::fwrite(bytes.data(), 1, bytes.size(), out) == bytes.size();
-    if (out == nullptr || std::fclose(out) != 0 || !written)
+    if (!WriteBytes(path, bytes))
     {
         std::fprintf(stderr, "golden_synthetic_logs: can't write %s\n", path.c_str());
         return false;

@@ -3,17 +3,19 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
-#include <cstdio>
+#include <optional>
 #include <sstream>
 
+#include "logbuild/Files.h"
+#include "logbuild/TimeScales.h"
 #include "qc/QcSignals.h"
 
 namespace
 {
 constexpr double kPi = 3.14159265358979323846;
-constexpr double kSecondsPerDay = 86400.0;
-constexpr double kBeidouBehindGps = 14.0;         // BDT = GPS time - 14 s
-constexpr double kBeidouWeekOffset = 1356.0;      // GPS week of BDT week 0
+using logbuild::kBeidouBehindGps;
+using logbuild::kBeidouWeekOffset;
+using logbuild::kSecondsPerDay;
 // GPS constants of the broadcast orbit.
 constexpr double kGpsMu = 3.986005e14;
 constexpr double kGpsEarthRate = 7.2921151467e-5;
@@ -202,39 +204,15 @@ void GlonassPosition(const std::vector<double>& v, double dt, double xyz[3])
 }
 } // namespace
 
-bool LoadFileText(const std::string& path, std::string& text)
-{
-    text.clear();
-    char buffer[65536];
-    const bool packed = path.size() > 3 && path.compare(path.size() - 3, 3, ".gz") == 0;
-    std::FILE* in = nullptr;
-    if (packed)
-    {
-        std::string quoted = "'";
-        for (char c : path)
-            quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
-        quoted += "'";
-        in = popen(("gzip -dc -- " + quoted).c_str(), "r");
-    }
-    else
-        in = std::fopen(path.c_str(), "rb");
-    if (in == nullptr)
-        return false;
-    size_t got = 0;
-    while ((got = std::fread(buffer, 1, sizeof buffer, in)) > 0)
-        text.append(buffer, got);
-    return packed ? pclose(in) == 0 : std::fclose(in) == 0;
-}
-
 bool LoadFeedData(const std::string& path, SQcFeedData& data, std::string& error)
 {
-    std::string text;
-    if (!LoadFileText(path, text))
+    const std::optional<std::string> text = LoadText(path);
+    if (!text)
     {
         error = "can't read " + path;
         return false;
     }
-    std::istringstream in(text);
+    std::istringstream in(*text);
     CRinexObsReader reader(in);
     if (!reader.ReadHeader())
     {
@@ -306,13 +284,13 @@ bool LoadFeedData(const std::string& path, SQcFeedData& data, std::string& error
 
 bool CRinexGeometry::Load(const std::string& path, std::string& error)
 {
-    std::string text;
-    if (!LoadFileText(path, text))
+    const std::optional<std::string> text = LoadText(path);
+    if (!text)
     {
         error = "can't read " + path;
         return false;
     }
-    std::istringstream in(text);
+    std::istringstream in(*text);
     CRinexNavReader reader(in);
     if (!reader.ReadHeader())
     {

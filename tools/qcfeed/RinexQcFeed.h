@@ -28,9 +28,6 @@ struct SQcFeedData
     std::vector<SQcFeedEpoch> m_aEpochs;
 };
 
-// The whole text of a file; a name ending in ".gz" goes through gzip. False when it can't be read.
-bool LoadFileText(const std::string& path, std::string& text);
-
 // Reads an observation file into epochs of plain records: GPS L1 C/A from
 // C1C/L1C/D1C/S1C, L2 from C2W/L2W/D2W/S2W, L1 P from C1W/S1W (code and
 // strength only, as the messages carry it); GLONASS L1 from C1C..., L2 from
