@@ -24,10 +24,10 @@ struct SCalendarTime
 };
 
 // Ionosphere and UTC parameters in the form the time conversions read.
-constexpr int16_t kUtcParamsFilled = 2;
+constexpr uint16_t kUtcParamsFilled = 2;
 struct SUtcParams
 {
-    int16_t m_uStatus; // kUtcParamsFilled once taken from a BIN94, else 0; signed by its design
+    uint16_t m_uStatus; // kUtcParamsFilled once taken from a BIN94, else 0
     double m_dAlpha0, m_dAlpha1, m_dAlpha2, m_dAlpha3;
     double m_dBeta0, m_dBeta1, m_dBeta2, m_dBeta3;
     double m_dA0;    // seconds
@@ -35,7 +35,7 @@ struct SUtcParams
     uint32_t m_uTot; // reference time of the UTC data, seconds of week
     uint32_t m_uWnt; // reference week of the UTC data
     uint32_t m_uWnLsf; // week of the leap second event
-    int16_t m_uDn;     // day of the event
+    uint16_t m_uDn;    // day of the event, 1 to 7
     int16_t m_iDtLs;   // leap seconds before the event
     int16_t m_iDtLsf;  // leap seconds after the event
 };

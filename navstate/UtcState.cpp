@@ -66,7 +66,7 @@ void CUtcState::TakeUtcParams()
     utc.m_uTot = ReadU32(msg, kBin94Tot);
     utc.m_uWnt = ReadU16(msg, kBin94Wnt);
     utc.m_uWnLsf = ReadU16(msg, kBin94WnLsf);
-    utc.m_uDn = static_cast<int16_t>(ReadU16(msg, kBin94Dn));
+    utc.m_uDn = ReadU16(msg, kBin94Dn);
     utc.m_iDtLs = ReadI16(msg, kBin94DtLs);
     utc.m_iDtLsf = ReadI16(msg, kBin94DtLsf);
 
