@@ -8,6 +8,7 @@
 #include "navstate/NavState.h"
 #include "navstate/UtcState.h"
 #include "rinex/BeidouNavWriter.h"
+#include "rinex/DecimalFields.h"
 #include "rinex/NumberFields.h"
 
 // The BeiDou navigation file. The records hold their times moved to GPS time
@@ -23,10 +24,9 @@ constexpr uint32_t kLastBeidouNumber = kBeidouRows;
 constexpr const char* kBeidouTypeText = "C: BDS";
 
 
-// A clock time whose seconds print as 60 belongs to the next minute: it is
+// A clock time whose seconds show as 60 belongs to the next minute: it is
 // converted again this much later, and its seconds shown as 0.
-constexpr double kSixtySecondsOffset = 5e-07;
-constexpr const char* kSixtySecondsText = " 60.0000000";
+constexpr double kMinuteCarryOffset = 5e-07;
 
 constexpr double kSpare = 0.0;
 
@@ -89,11 +89,9 @@ void CWriteRinexBeiDouNav::WriteBeidouRecord(uint32_t number, const SBeidouEphem
     GpsToBdt(bdt);
     SCalendarTime calendar{};
     GpsToCalendar(bdt, calendar);
-    char seconds[32];
-    std::snprintf(seconds, sizeof(seconds), "%11.7f", calendar.m_dSeconds);
-    if (std::strcmp(seconds, kSixtySecondsText) == 0)
+    if (SecondsShowAsSixty(calendar.m_dSeconds))
     {
-        GpsPlusToCalendar(bdt, calendar, kSixtySecondsOffset);
+        GpsPlusToCalendar(bdt, calendar, kMinuteCarryOffset);
         calendar.m_dSeconds = 0.0;
     }
 

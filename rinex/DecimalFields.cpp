@@ -156,6 +156,13 @@ size_t FormatF12_6(double value, char* dst, size_t size)
     return FormatFixed<12, 6>(value, dst, size, "%12.6f");
 }
 
+bool SecondsShowAsSixty(double seconds)
+{
+    char text[kTextSize];
+    FormatF11_7(seconds, text, sizeof(text));
+    return std::strcmp(text, " 60.0000000") == 0;
+}
+
 size_t FormatIntField(int32_t value, uint32_t width, char* dst, size_t size)
 {
     constexpr uint32_t kMaxWidth = 16;

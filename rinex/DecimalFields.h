@@ -30,6 +30,10 @@ size_t FormatF14_3(double value, char* dst, size_t size); // "%14.3f"
 size_t FormatF11_7(double value, char* dst, size_t size); // "%11.7f"
 size_t FormatF12_6(double value, char* dst, size_t size); // "%12.6f"
 
+// Whether the seconds of a clock time show as " 60.0000000" in "%11.7f": a
+// time that belongs to the next minute, which the writers carry over.
+bool SecondsShowAsSixty(double seconds);
+
 // "%<width>d" for a width of at most 16.
 size_t FormatIntField(int32_t value, uint32_t width, char* dst, size_t size);
 

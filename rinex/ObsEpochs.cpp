@@ -20,7 +20,6 @@ namespace
 constexpr double kGpsL1Hz = 1575419999.9999988;
 constexpr double kGpsL2Hz = 1227600000.0000012;
 
-constexpr const char* kSixtySeconds = " 60.0000000";
 // Moves an epoch whose seven-decimal seconds round to 60 into the next minute.
 constexpr double kMinuteCarryOffset = 5e-08;
 
@@ -192,26 +191,22 @@ double CWriteRinexObs::CalendarForPrint(const GpsTime& time, SCalendarTime& cale
     // reading the text back gives it.
     constexpr uint32_t kDecimals = 7;
     constexpr double kUnitsPerSecond = 1e7;
-    constexpr uint64_t kSixtySecondsInUnits = 600000000;
     uint64_t units = 0;
-    bool readsSixty = false;
     double printed = 0.0;
     if (RoundToDecimals(exact, kDecimals, units))
     {
         printed = static_cast<double>(units) / kUnitsPerSecond;
         if (std::signbit(exact))
             printed = -printed;
-        readsSixty = units == kSixtySecondsInUnits && !std::signbit(exact);
     }
     else
     {
         char text[32];
         std::snprintf(text, sizeof(text), "%11.7f", exact);
         std::sscanf(text, "%lf", &printed);
-        readsSixty = std::strcmp(text, kSixtySeconds) == 0;
     }
     remainder = exact - printed;
-    if (!readsSixty)
+    if (!SecondsShowAsSixty(exact))
         return exact;
     GpsPlusToCalendar(time, calendar, kMinuteCarryOffset);
     return 0.0;

@@ -3,13 +3,13 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <random>
 #include <string>
 
 #include "rinex/NumberFields.h"
+#include "support/ExpectedText.h"
 
 namespace
 {
@@ -35,22 +35,6 @@ std::string Field(const SFieldKind& kind, double value)
     EXPECT_EQ(width, kind.m_iWidth);
     EXPECT_EQ(std::strlen(dst), static_cast<size_t>(kind.m_iWidth)) << dst;
     return dst;
-}
-
-// The field built another way: the mantissa of a plain "%.*E", the exponent
-// parsed as a number and written back as a sign and its value modulo 100,
-// then right-aligned in the width.
-std::string ExpectedField(const SFieldKind& kind, double value)
-{
-    char text[64];
-    std::snprintf(text, sizeof(text), "%.*E", kind.m_iDecimals, value);
-    const std::string s = text;
-    const size_t e = s.find('E');
-    const int exponent = std::atoi(s.c_str() + e + 1);
-    const int shown = std::abs(exponent) % 100;
-    std::string field = s.substr(0, e) + "D" + (exponent < 0 ? "-" : "+") + static_cast<char>('0' + shown / 10) +
-                        static_cast<char>('0' + shown % 10);
-    return std::string(kind.m_iWidth - field.size(), ' ') + field;
 }
 
 TEST(NumberFieldsTest, FieldsKeepWidthSignAndTwoDigitExponentAtTheEdges)
@@ -110,7 +94,7 @@ TEST(NumberFieldsTest, AllFieldsAgreeWithIndependentConstructionOverWideSweep)
         if (i % 3 == 0)
             value = -value;
         for (const SFieldKind& kind : kinds)
-            ASSERT_EQ(Field(kind, value), ExpectedField(kind, value)) << value;
+            ASSERT_EQ(Field(kind, value), DField(value, kind.m_iDecimals, kind.m_iWidth)) << value;
     }
 }
 
