@@ -637,7 +637,11 @@ void WriteSignals(std::ostream& out, const SQcReport& r)
             std::string signals;
             for (uint32_t s = 0; s < kQcSignalCount; ++s)
                 if ((e.m_uSignals >> s & 1) != 0)
-                    signals += (signals.empty() ? "" : ", ") + SignalLabel(s);
+                {
+                    if (!signals.empty())
+                        signals += ", ";
+                    signals += SignalLabel(s);
+                }
             std::string tests;
             if ((e.m_uTests & 1) != 0)
                 tests += "GF ";

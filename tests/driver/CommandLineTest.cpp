@@ -255,7 +255,9 @@ TEST(CommandLine, ArgumentsAndFilesAreCheckedBeforeAnyFileIsTouched)
         const std::string& shown = c.m_bStdout ? run.m_szStdout : run.m_szStderr;
         EXPECT_NE(shown.find(c.m_szWord), std::string::npos) << shown;
         if (c.m_iStatus == 2)
+        {
             EXPECT_NE(run.m_szStderr.find("--help"), std::string::npos) << "a usage error gives the hint";
+        }
         for (const auto& [name, after] : c.m_aAfter)
         {
             const std::string now = dir.ReadFile(name);

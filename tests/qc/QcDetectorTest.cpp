@@ -213,9 +213,13 @@ TEST_P(QcFaultTest, FindsTheCleanFindingsPlusTheFault)
     EXPECT_TRUE(report.m_bDropsAddUp);
     ASSERT_EQ(found.m_Multipath.size(), expected.m_Multipath.size());
     for (const auto& [key, rms] : expected.m_Multipath)
+    {
         if (std::get<0>(key) != fault.m_uTouchedSystem || std::get<1>(key) != fault.m_uTouchedNumber)
+        {
             EXPECT_NEAR(found.m_Multipath.at(key), rms, fault.m_dMultipathTolerance * rms + 1e-9)
-            << SatelliteName(std::get<0>(key), std::get<1>(key)) << " " << kQcSignals[std::get<2>(key)].m_szCode;
+                << SatelliteName(std::get<0>(key), std::get<1>(key)) << " " << kQcSignals[std::get<2>(key)].m_szCode;
+        }
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(StationData, QcFaultTest, ::testing::ValuesIn(kCases),

@@ -48,7 +48,6 @@ TEST_F(ObsEpochTest, EveryLockedSatelliteOfEverySystemIsListedUpToC63)
 {
     // All 32 GPS numbers, 24 GLONASS slots and 63 BeiDou numbers at once; an
     // SBAS row and a satellite without carrier lock are left out.
-    CWriteRinexObs& w = Writer();
     m_Epoch.m_bSeenGlonass = 1;
     m_Epoch.m_abSeenBeidou[2] = 1;
     const SSignal bds = {70000000.25, 25000004.5, -80.5, 4};
@@ -91,7 +90,6 @@ TEST_F(ObsEpochTest, EveryLockedSatelliteOfEverySystemIsListedUpToC63)
 
 TEST_F(ObsEpochTest, GlonassLinesFollowGpsWithSlotWavelengths)
 {
-    CWriteRinexObs& w = Writer();
     m_Epoch.m_bSeenGlonass = 1;
     m_Epoch.m_bSeenL2 = 1;
     m_Frequencies.m_aGlonassWavelength[0][0] = 0.2;
@@ -113,7 +111,6 @@ TEST_F(ObsEpochTest, GlonassLinesFollowGpsWithSlotWavelengths)
 
 TEST_F(ObsEpochTest, BeidouB3AloneKeepsTheGpsFileType)
 {
-    CWriteRinexObs& w = Writer();
     m_Epoch.m_abSeenBeidou[2] = 1;
     PutSignal(m_Epoch.m_aGpsL1[4], 5, kG05L1);
     PutBeidou(m_Epoch, 2, 6, {70000000.25, 25000004.5, -80.5, 4});

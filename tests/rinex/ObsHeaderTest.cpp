@@ -32,8 +32,6 @@ TEST_F(ObsHeaderTest, IntervalWiderThanItsFieldIsCutToTheLine)
 
 TEST_F(ObsHeaderTest, FirstObsShowsSixtyWhereLastObsCarriesAndWholeSecondsEndInOne)
 {
-    CWriteRinexObs& w = Writer();
-
     // 00:01:59.9999999 has seven decimals of its own, so the first observation
     // takes no carry and rounds to 60 in six decimals, while the last
     // observation's half unit carries it into the next minute.
