@@ -6,9 +6,6 @@
 namespace
 {
 
-constexpr int64_t kWeekSeconds = 604800;
-constexpr int64_t kDaySeconds = 86400;
-
 // Days from 1 March of year 0 of the Gregorian calendar to 6 January 1980:
 // 719468 days to 1 January 1970, and 3657 more to the GPS epoch.
 constexpr int64_t kDaysFromMarchYear0ToGpsEpoch = 719468 + 3657;

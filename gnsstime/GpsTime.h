@@ -40,7 +40,10 @@ struct SUtcParams
     int16_t m_iDtLsf;  // leap seconds after the event
 };
 
-constexpr double kSecondsPerWeek = 604800.0;
+// Whole seconds of a day and of a week.
+constexpr uint32_t kDaySeconds = 86400;
+constexpr uint32_t kWeekSeconds = 7 * kDaySeconds;
+constexpr double kSecondsPerWeek = kWeekSeconds;
 
 // BeiDou time (BDT) runs this many whole seconds behind GPS time, and counts
 // its weeks from GPS week 1356.

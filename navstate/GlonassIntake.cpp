@@ -63,7 +63,6 @@ constexpr double kMaxSpeedSquaredKm2PerS2 = 100.0;
 constexpr uint32_t kYearsFrom1980 = 15;
 constexpr uint32_t kDaysPerCommonYear = 365;
 constexpr uint32_t kDaysBeforeGpsEpoch = 5;
-constexpr uint32_t kSecondsPerDay = 86400;
 // Leap seconds taken while the run has no UTC data, and the least value of
 // GPS minus UTC believed: anything lower is a damaged or foreign value.
 constexpr double kDefaultLeapSeconds = 15.0;
@@ -205,7 +204,7 @@ bool GlonassTimeToGps(uint32_t n4, uint32_t nt, double t, double gpsMinusUtc, ui
     const uint32_t year = yearInInterval + kYearsPerInterval * (n4 - 1);
     const uint32_t days = (year + kYearsFrom1980) * kDaysPerCommonYear + ((year + kYearsFrom1980 - 1) >> 2) + nt -
                           kDaysBeforeGpsEpoch;
-    double total = static_cast<double>(days * kSecondsPerDay);
+    double total = static_cast<double>(days * kDaySeconds);
     total += t;
 
     double leapSeconds = gpsMinusUtc;

@@ -23,7 +23,6 @@ namespace
 constexpr uint32_t kLastBeidouNumber = kBeidouRows;
 constexpr const char* kBeidouTypeText = "C: BDS";
 
-
 // A clock time whose seconds show as 60 belongs to the next minute: it is
 // converted again this much later, and its seconds shown as 0.
 constexpr double kMinuteCarryOffset = 5e-07;

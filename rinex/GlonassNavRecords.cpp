@@ -40,8 +40,6 @@ constexpr int64_t kYearBeforeInterval0 = 1991;
 constexpr int32_t kMonthStartCommon[13] = {0, 31, 59, 90, 120, 151, 181, 212, 243, 273, 304, 334, 365};
 constexpr int32_t kMonthStartLeap[13] = {0, 31, 60, 91, 121, 152, 182, 213, 244, 274, 305, 335, 366};
 
-constexpr double kSecondsPerDay = 86400.0;
-
 constexpr double kHoursPerSecond = 0.0002777777777777778;
 constexpr double kMinutesPerSecond = 0.016666666666666666;
 constexpr int32_t kLastHour = 23;
@@ -79,7 +77,7 @@ void GlonassToCalendar(uint32_t n4, uint32_t nt, double seconds, SCalendarTime& 
     // beyond the 1461 days of an interval. The time then counts on into the
     // days and years around, as the GPS time that the intake works out for
     // the record does, and every field of the date keeps its width.
-    for (; seconds >= kSecondsPerDay; seconds -= kSecondsPerDay)
+    for (; seconds >= kDaySeconds; seconds -= kDaySeconds)
         ++day;
     const int64_t yearInInterval = YearOfInterval(day);
     int32_t year = static_cast<int32_t>(yearInInterval + kYearsPerInterval * interval + kYearBeforeInterval0);
