@@ -90,34 +90,40 @@ void CQcSvg::DrawXAxis(const std::vector<double>& ticks, const std::vector<std::
                        const std::string& title)
 {
     m_szText += "<g class=\"axis\">";
-    Line(Left(), Bottom(), Right(), Bottom(), "#333", 1);
     for (size_t i = 0; i < ticks.size(); ++i)
     {
         const double x = X(ticks[i]);
+        Line(x, Top(), x, Bottom(), "#ddd", 0.6);
         Line(x, Bottom(), x, Bottom() + 5, "#333", 1);
-        Line(x, Top(), x, Bottom(), "#ddd", 0.5);
         if (i < labels.size())
-            Text(x, Bottom() + 17, labels[i], "text-anchor=\"middle\"");
+            Text(x, Bottom() + 18, labels[i], "text-anchor=\"middle\"");
     }
-    Text((Left() + Right()) / 2, m_iHeight - 6, title, "text-anchor=\"middle\" class=\"title\"");
+    Line(Left(), Bottom(), Right(), Bottom(), "#333", 1);
+    AxisTitle((Left() + Right()) / 2, m_iHeight - 7, title, false);
     m_szText += "</g>\n";
 }
 
 void CQcSvg::DrawYAxis(const std::vector<double>& ticks, int decimals, const std::string& title)
 {
     m_szText += "<g class=\"axis\">";
-    Line(Left(), Top(), Left(), Bottom(), "#333", 1);
     for (double t : ticks)
     {
         const double y = Y(t);
+        Line(Left(), y, Right(), y, "#ddd", 0.6);
         Line(Left() - 5, y, Left(), y, "#333", 1);
-        Line(Left(), y, Right(), y, "#ddd", 0.5);
         Text(Left() - 8, y + 4, FormatNumber(t, decimals), "text-anchor=\"end\"");
     }
-    const double cy = (Top() + Bottom()) / 2;
-    m_szText += "<text x=\"14\" y=\"" + FormatNumber(cy, 1) + "\" transform=\"rotate(-90 14 " + FormatNumber(cy, 1) +
-                ")\" text-anchor=\"middle\" class=\"title\">" + EscapeXml(title) + "</text>";
+    Line(Left(), Top(), Left(), Bottom(), "#333", 1);
+    AxisTitle(16, (Top() + Bottom()) / 2, title, true);
     m_szText += "</g>\n";
+}
+
+void CQcSvg::AxisTitle(double x, double y, const std::string& title, bool rotated)
+{
+    const std::string at = FormatNumber(x, 1) + " " + FormatNumber(y, 1);
+    m_szText += "<text x=\"" + FormatNumber(x, 1) + "\" y=\"" + FormatNumber(y, 1) + "\"" +
+                (rotated ? " transform=\"rotate(-90 " + at + ")\"" : std::string()) +
+                " text-anchor=\"middle\" class=\"axis-title\">" + EscapeXml(title) + "</text>";
 }
 
 void CQcSvg::BeginMarks()
@@ -169,23 +175,116 @@ void CQcSvg::Text(double x, double y, const std::string& text, const std::string
                 (extra.empty() ? "" : " " + extra) + ">" + EscapeXml(text) + "</text>";
 }
 
-void CQcSvg::Legend(double x, double y, const std::vector<std::pair<std::string, std::string>>& entries,
-                    const std::string& shape)
+void CQcSvg::Marker(double x, double y, EQcShape shape, const std::string& colour, double size,
+                    const std::string& extra)
+{
+    const double h = size / 2;
+    const std::string edge = " stroke=\"#222\" stroke-width=\"0.6\"" + (extra.empty() ? "" : " " + extra);
+    switch (shape)
+    {
+    case eQcShapeSquare:
+        Rect(x - h, y - h, size, size, colour, edge.substr(1));
+        break;
+    case eQcShapeTriangle:
+        m_szText += "<path d=\"M" + FormatNumber(x, 1) + " " + FormatNumber(y - h * 1.15, 1) + "l" +
+                    FormatNumber(h * 1.15, 1) + " " + FormatNumber(size, 1) + "h" + FormatNumber(-h * 2.3, 1) +
+                    "z\" fill=\"" + colour + "\"" + edge + "/>";
+        break;
+    case eQcShapeDiamond:
+        m_szText += "<path d=\"M" + FormatNumber(x, 1) + " " + FormatNumber(y - h * 1.2, 1) + "l" +
+                    FormatNumber(h, 1) + " " + FormatNumber(h * 1.2, 1) + "l" + FormatNumber(-h, 1) + " " +
+                    FormatNumber(h * 1.2, 1) + "l" + FormatNumber(-h, 1) + " " + FormatNumber(-h * 1.2, 1) + "z\" fill=\"" +
+                    colour + "\"" + edge + "/>";
+        break;
+    case eQcShapeTick:
+        Line(x, y - h, x, y + h, colour, 2, extra);
+        break;
+    case eQcShapeLine:
+        Line(x - h, y, x + h, y, colour, 2.5, extra);
+        break;
+    case eQcShapeBox:
+        Rect(x - h, y - h * 0.7, size, size * 0.7, colour, extra);
+        break;
+    default:
+        Circle(x, y, h, colour, extra);
+    }
+}
+
+void CQcSvg::Dots(const std::vector<std::pair<double, double>>& points, const std::string& colour, double size,
+                  const std::string& extra)
+{
+    if (points.empty())
+        return;
+    m_szText += "<path fill=\"none\" stroke=\"" + colour + "\" stroke-width=\"" + FormatNumber(size, 1) +
+                "\" stroke-linecap=\"round\"" + (extra.empty() ? "" : " " + extra) + " d=\"";
+    for (const auto& [x, y] : points)
+        m_szText += "M" + FormatNumber(x, 1) + " " + FormatNumber(y, 1) + "h0";
+    m_szText += "\"/>";
+}
+
+namespace
+{
+// Room for the key and its label: DejaVu Sans at the legend's 12 pixels
+// takes up to about 7.6 pixels a character (capitals, digits).
+double KeyWidth(const SQcKey& key)
+{
+    double chars = 0.0;
+    for (unsigned char c : key.m_szLabel)
+    {
+        if ((c & 0xC0) == 0x80)
+            continue; // a continuation byte of a UTF-8 character
+        chars += (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ? 1.1 : c == ' ' ? 0.55 : 0.95;
+    }
+    return 38 + 7.0 * chars;
+}
+} // namespace
+
+int CQcSvg::LegendRows(double x, const std::vector<SQcKey>& keys, double right)
+{
+    int rows = 1;
+    double at = x;
+    for (const SQcKey& key : keys)
+    {
+        if (at > x && at + KeyWidth(key) - 8 > right)
+        {
+            at = x;
+            ++rows;
+        }
+        at += KeyWidth(key);
+    }
+    return rows;
+}
+
+double CQcSvg::Legend(double x, double y, const std::vector<SQcKey>& keys, double right)
 {
     m_szText += "<g class=\"legend\">";
     double at = x;
-    for (const auto& [label, colour] : entries)
+    for (const SQcKey& key : keys)
     {
-        if (shape == "line")
-            Line(at, y - 4, at + 18, y - 4, colour, 2.5);
-        else if (shape == "dot")
-            Circle(at + 6, y - 4, 4, colour);
+        if (at > x && at + KeyWidth(key) - 8 > right)
+        {
+            at = x;
+            y += 17;
+        }
+        const double cy = y - 4;
+        if (key.m_eShape == eQcShapeLine)
+        {
+            Line(at, cy, at + 20, cy, key.m_szColour, 2.5,
+                 key.m_szDash.empty() ? "" : "stroke-dasharray=\"" + key.m_szDash + "\"");
+            if (key.m_eMarker != eQcShapeLine)
+                Marker(at + 10, cy, key.m_eMarker, key.m_szColour, 7);
+        }
+        else if (key.m_eShape == eQcShapeBox)
+            Rect(at, cy - 5, 18, 10, key.m_szColour,
+                 "stroke=\"#555\" stroke-width=\"0.5\"" +
+                     (key.m_dOpacity < 1.0 ? " fill-opacity=\"" + FormatNumber(key.m_dOpacity, 2) + "\"" : ""));
         else
-            Rect(at, y - 10, 14, 10, colour, "stroke=\"#666\" stroke-width=\"0.5\"");
-        Text(at + 22, y, label);
-        at += 32 + 7.0 * static_cast<double>(label.size());
+            Marker(at + 10, cy, key.m_eShape, key.m_szColour, key.m_eShape == eQcShapeTick ? 12 : 9);
+        Text(at + 25, y, key.m_szLabel);
+        at += KeyWidth(key);
     }
     m_szText += "</g>\n";
+    return y;
 }
 
 std::string CQcSvg::Finish()
