@@ -39,7 +39,7 @@ bool CLogDecoding::DecodeBinFrame(const uint8_t* frame, uint32_t length)
         if (m_bBin76Seen)
         {
             m_Listener.OnMessageLeftOut(frame, number, eLeftOutOtherGpsMessage);
-            return false;
+            return true;
         }
         ++m_auCount[eCount96];
         OnEpochMessage(frame, number, ReadDouble(frame, kBin96SecondsOffset), ReadU16(frame, kBin96WeekOffset), OnBin96);
@@ -50,7 +50,7 @@ bool CLogDecoding::DecodeBinFrame(const uint8_t* frame, uint32_t length)
         if (m_bBin96Seen)
         {
             m_Listener.OnMessageLeftOut(frame, number, eLeftOutOtherGpsMessage);
-            return false;
+            return true;
         }
         ++m_auCount[eCount76];
         OnEpochMessage(frame, number, ReadDouble(frame, kBin76SecondsOffset), ReadU16(frame, kBin76WeekOffset), OnBin76);
