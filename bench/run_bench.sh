@@ -10,11 +10,11 @@
 # GNU cat copies file to file inside the kernel (copy_file_range), which no
 # program that makes its bytes itself can do; so the same floor with the
 # bytes written from user space, through a pipe, is shown beside it.
-# The write pattern is the observation file written back by replay_writes
-# with the calls a conversion's flushes make (one append and one header line
-# per epoch) from bytes prepared in memory: the part of a conversion's time
-# that no faster code can remove.
-# Targets: peak memory below 16 MiB, conversion within 4 times the floor.
+# Then the quality report (obsforge-qc) of the same log, and of the two hours
+# of real station data in examples/data built into a log, against the
+# conversion of each.
+# Targets: conversion peak memory below 16 MiB and within 4 times the floor;
+# report within 2 times the conversion, peak memory below 64 MiB.
 #
 # usage: bench/run_bench.sh [--callgrind]
 #   --callgrind  also profiles a conversion of the log's first hour with
@@ -45,10 +45,12 @@ if [[ ! -x /usr/bin/time ]]; then
 fi
 
 cmake -S . -B "$BUILD" -DCMAKE_BUILD_TYPE=Release >/dev/null
-cmake --build "$BUILD" -j "${JOBS:-$(nproc)}" --target obsforge make_bench_log replay_writes >/dev/null
+cmake --build "$BUILD" -j "${JOBS:-$(nproc)}" --target obsforge obsforge-qc make_bench_log rinex2log >/dev/null
 TOOL=$(realpath "$BUILD/obsforge")
+QC=$(realpath "$BUILD/obsforge-qc")
 MAKE_LOG=$(realpath "$BUILD/bench/make_bench_log")
-REPLAY=$(realpath "$BUILD/bench/replay_writes")
+RINEX2LOG=$(realpath "$BUILD/tools/rinex2log")
+DATA=$(realpath examples/data)
 
 mkdir -p "$OUT"
 cd "$OUT"
@@ -68,20 +70,31 @@ median() { sort -g | awk '{ v[NR] = $1 } END { if (NR % 2) print v[(NR + 1) / 2]
 
 spread() { sort -g | awk 'NR == 1 { lo = $1 } { hi = $1 } END { printf "%.3f to %.3f", lo, hi }'; }
 
-# One conversion; prints "seconds max-rss-KiB user-seconds system-seconds".
+# One conversion of $1 (default the benchmark log); prints "seconds
+# max-rss-KiB user-seconds system-seconds".
 convert_once() {
     rm -f obs.rnx gps.rnx glo.rnx bds.rnx summary.txt
     local start end
     start=$(now_ns)
-    /usr/bin/time -f "%M %U %S" -o rss.txt "$TOOL" -S:summary.txt "$LOG" obs.rnx gps.rnx glo.rnx bds.rnx 2>/dev/null
+    /usr/bin/time -f "%M %U %S" -o rss.txt "$TOOL" -S:summary.txt "${1:-$LOG}" obs.rnx gps.rnx glo.rnx bds.rnx \
+        2>/dev/null
+    end=$(now_ns)
+    echo "$(awk -v ns=$((end - start)) 'BEGIN { printf "%.4f", ns / 1e9 }') $(tail -n 1 rss.txt)"
+}
+
+# One report of $1; prints the same four figures.
+report_once() {
+    rm -rf qc
+    local start end
+    start=$(now_ns)
+    /usr/bin/time -f "%M %U %S" -o rss.txt "$QC" -o qc "$1" >/dev/null 2>&1
     end=$(now_ns)
     echo "$(awk -v ns=$((end - start)) 'BEGIN { printf "%.4f", ns / 1e9 }') $(tail -n 1 rss.txt)"
 }
 
 # The floor of one run: cat reads the log, and cat writes the outputs' bytes
-# into a new file beside them, once straight and once through a pipe; then
-# the observation file is written back in the conversion's write pattern.
-# Prints "read write piped-write pattern" in seconds.
+# into a new file beside them, once straight and once through a pipe.
+# Prints "read write piped-write" in seconds.
 floor_once() {
     local start mid end piped
     start=$(now_ns)
@@ -95,12 +108,7 @@ floor_once() {
     cat obs.rnx gps.rnx glo.rnx bds.rnx summary.txt | cat >floor.out
     piped=$(($(now_ns) - piped))
     rm -f floor.out
-    sync
-    local pattern
-    pattern=$("$REPLAY" obs.rnx floor.out | awk '{ print $1 }')
-    rm -f floor.out
-    awk -v r=$((mid - start)) -v w=$((end - mid)) -v p=$piped -v q="$pattern" \
-        'BEGIN { printf "%.4f %.4f %.4f %.4f\n", r / 1e9, w / 1e9, p / 1e9, q }'
+    awk -v r=$((mid - start)) -v w=$((end - mid)) -v p=$piped 'BEGIN { printf "%.4f %.4f %.4f\n", r / 1e9, w / 1e9, p / 1e9 }'
 }
 
 convert_once >/dev/null # warms the page cache, like the floor's reads
@@ -125,14 +133,13 @@ READ=$(awk '{ print $1 }' floor.txt | median)
 WRITE=$(awk '{ print $2 }' floor.txt | median)
 FLOOR=$(awk '{ print $1 + $2 }' floor.txt | median)
 PIPED=$(awk '{ print $1 + $3 }' floor.txt | median)
-PATTERN=$(awk '{ print $4 }' floor.txt | median)
 # The spread over the runs: the floor's writing swings widely between runs.
 CONV_RANGE=$(awk '{ print $1 }' conv.txt | spread)
 FLOOR_RANGE=$(awk '{ print $1 + $2 }' floor.txt | spread)
 
 awk -v log_bytes="$LOG_BYTES" -v out_bytes="$OUT_BYTES" -v conv="$CONV" -v rss="$RSS" -v rd="$READ" \
     -v wr="$WRITE" -v floor="$FLOOR" -v piped="$PIPED" -v user="$USER" -v sys="$SYS" -v runs="$RUNS" \
-    -v conv_range="$CONV_RANGE" -v floor_range="$FLOOR_RANGE" -v pattern="$PATTERN" 'BEGIN {
+    -v conv_range="$CONV_RANGE" -v floor_range="$FLOOR_RANGE" 'BEGIN {
     ratio = conv / floor
     printf "log            %.1f MB (%d bytes)\n", log_bytes / 1e6, log_bytes
     printf "outputs        %.1f MB (%d bytes)\n", out_bytes / 1e6, out_bytes
@@ -144,11 +151,30 @@ awk -v log_bytes="$LOG_BYTES" -v out_bytes="$OUT_BYTES" -v conv="$CONV" -v rss="
     printf "piped floor    %.3f s, ratio %.2f (the outputs written from user space)   target at most 4: %s\n", piped,
         conv / piped, conv / piped <= 4 ? "met" : "MISSED"
     printf "spread         conversion %s s, floor %s s over the %d runs\n", conv_range, floor_range, runs
-    printf "write pattern  %.3f s, %.2f x floor (the observation file written as the flushes write it)\n", pattern,
-        pattern / floor
-    printf "own work       %.3f s of conversion beside the log read and the write pattern; 4 x floor leaves %.3f s\n",
-        conv - rd - pattern, 4 * floor - rd - pattern
 }'
+
+# The quality report: of the benchmark log, and of a log built from the real
+# station data, each against the conversion of the same log.
+"$RINEX2LOG" -b raw -s -m "$DATA/ESBC_2020177_0600_2h_GRC.obs.rnx.gz" "$DATA/ESBC_2020177_GRC.nav.rnx.gz" \
+    station.log >/dev/null
+for log in "$LOG" station.log; do
+    : >qc_conv.txt
+    : >qc.txt
+    report_once "$log" >/dev/null
+    for ((i = 0; i < RUNS; ++i)); do
+        sync
+        convert_once "$log" >>qc_conv.txt
+        report_once "$log" >>qc.txt
+    done
+    C=$(awk '{ print $1 }' qc_conv.txt | median)
+    Q=$(awk '{ print $1 }' qc.txt | median)
+    M=$(awk '{ print $2 }' qc.txt | median)
+    awk -v log="$log" -v c="$C" -v q="$Q" -v m="$M" 'BEGIN {
+        printf "report %-11s %.3f s against conversion %.3f s: %.2f x   target at most 2: %s\n", log, q, c, q / c,
+            q / c <= 2 ? "met" : "MISSED"
+        printf "report memory  %.1f MiB (%d KiB)   target below 64 MiB: %s\n", m / 1024, m, m < 65536 ? "met" : "MISSED"
+    }'
+done
 
 if [[ $CALLGRIND == 1 ]]; then
     if ! command -v valgrind >/dev/null; then

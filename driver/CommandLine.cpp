@@ -10,6 +10,7 @@
 
 #include "driver/Arguments.h"
 #include "driver/ConvertLog.h"
+#include "driver/OptionValues.h"
 #include "driver/RunFiles.h"
 #include "driver/RunOptions.h"
 #include "driver/SiteInputs.h"
@@ -17,6 +18,8 @@
 
 namespace
 {
+constexpr const char* kUsageHint = "Try 'obsforge --help' for more information.\n";
+
 // Positional arguments, counted from 1.
 enum EPositional
 {
@@ -27,26 +30,10 @@ enum EPositional
     ePosBeidouNav = 5,
 };
 
-constexpr double kMaxElevationMask = 90.0;
-// The observation interval is a multiple of this, rounded to nearest.
-constexpr double kIntervalStep = 0.05;
-constexpr double kIntervalStepsPerSecond = 20.0;
-constexpr double kDefaultInterval = 1.0;
-
-constexpr size_t kNoOutput = SIZE_MAX;
-
-constexpr const char* kUsageHint = "Try 'obsforge --help' for more information.\n";
-
-// -N: the absolute value rounded to a multiple of 0.05 s; a value that rounds
-// to 0 means 1 s.
-double IntervalFromValue(double seconds)
+bool Refuse(std::string& error, const std::string& text)
 {
-    const double v = std::fabs(seconds) * kIntervalStepsPerSecond + 0.5;
-    // Out of the range of a 32-bit count the conversion is not defined, so
-    // such a value counts as the default.
-    const int32_t steps = v < 2147483648.0 ? static_cast<int32_t>(v) : 0;
-    const double interval = steps * kIntervalStep;
-    return interval < kIntervalStep ? kDefaultInterval : interval;
+    error = text;
+    return false;
 }
 
 EOutputKind OutputOfPosition(int position)
@@ -61,75 +48,6 @@ EOutputKind OutputOfPosition(int position)
         return eOutputGlonassNav;
     default:
         return eOutputBeidouNav;
-    }
-}
-
-// What the checks found for one argument, for when it takes effect.
-struct SCheckedArgument
-{
-    int m_iPosition = 0;         // a file name's position from 1; 0 for an option
-    double m_dNumber = 0.0;      // -E, -N
-    double m_adLocation[3] = {}; // -L: degrees and metres
-    size_t m_uOutput = kNoOutput; // an output's index among the run's files
-};
-
-bool Refuse(std::string& error, const std::string& text)
-{
-    error = text;
-    return false;
-}
-
-// The value of an option, read and checked; nothing is opened for writing.
-bool CheckOptionValue(const SArgument& argument, SCheckedArgument& checked, std::string& error)
-{
-    const std::string& value = argument.m_szValue;
-    const std::string named = "'" + argument.m_szText + "': ";
-    switch (argument.m_cLetter)
-    {
-    case 'E':
-        if (value.empty())
-            return Refuse(error, "-E needs the elevation mask in degrees, as -E:10");
-        if (!ReadNumber(value, checked.m_dNumber))
-            return Refuse(error, named + "the elevation mask is not a number");
-        if (std::fabs(checked.m_dNumber) > kMaxElevationMask)
-            return Refuse(error, named + "the elevation mask must lie between -90 and 90 degrees");
-        return true;
-    case 'N':
-        if (value.empty())
-            return Refuse(error, "-N needs the interval in seconds, as -N:30");
-        if (!ReadNumber(value, checked.m_dNumber))
-            return Refuse(error, named + "the interval is not a number");
-        return true;
-    case 'L':
-    {
-        if (value.empty())
-            return Refuse(error, "-L needs a location file or latitude,longitude[,height], as -L:55.8,12.5,40");
-        std::string reason;
-        if (!CheckLocation(value, checked.m_adLocation, reason))
-            return Refuse(error, named + reason);
-        return true;
-    }
-    case 'H':
-    {
-        if (value.empty())
-            return Refuse(error, "-H needs a file of header lines, as -H:site.hdr");
-        std::string reason;
-        if (!CheckExternalHeader(value, reason))
-            return Refuse(error, named + reason);
-        return true;
-    }
-    case 'S':
-        if (value.empty())
-            return Refuse(error, "-S needs a file name, as -S:summary.txt");
-        return true;
-    case 'B':
-    case 'R':
-    case 'I':
-    case 'P':
-    case '?':
-        return true;
-    default:
-        return Refuse(error, "unknown option '" + argument.m_szText + "'");
     }
 }
 

@@ -38,12 +38,6 @@ const char* const kCountFormats[] = {
     "BIN103:%lu ", "BIN104:%lu ", "BIN80:%lu ",  "BIN62:%lu ",
 };
 
-template <class Msg>
-bool IsMessage(uint16_t number, uint32_t length)
-{
-    return number == Msg::kNumber && length == Msg::kFrameLength;
-}
-
 // Copies a text field of a site frame into a zeroed string. Only bytes inside
 // the frame are read: a frame too short for its fields gives shorter texts.
 void CopySiteText(const uint8_t* frame, uint32_t length, uint32_t offset, char (&text)[kSiteTextLength + 1])
@@ -96,7 +90,8 @@ CConversion::CConversion()
                m_Navigation.m_Glonass,
                m_Navigation.m_Beidou,
                m_Navigation.m_GlonassFrequencies,
-               m_Mask}
+               m_Mask},
+      m_Decoding(m_LogTime, m_Navigation, m_Intake, *this)
 {
 }
 
@@ -125,105 +120,29 @@ void CConversion::TakeEpoch(const SObsEpoch& epoch)
         m_Stats.m_timeFirstEpoch = epoch.m_timeEpoch;
 }
 
-// Tells a "$BIN" frame by number and exact length and hands it on. Returns
-// false for a frame that matches no row.
-bool CConversion::DispatchBinFrame(const uint8_t* frame, uint32_t length)
+// A navigation message's records go to its file once the navigation state
+// has passed them.
+void CConversion::OnNavigationPass(ESystem system)
 {
-    const uint16_t number = ReadU16(frame, kBinNumberOffset);
+    switch (system)
+    {
+    case eSystemGps:
+        m_GpsNavWriter.WritePending();
+        break;
+    case eSystemGlonass:
+        m_GlonassNavWriter.WritePending();
+        break;
+    case eSystemBeidou:
+        m_BeidouNavWriter.WritePending();
+        break;
+    default:
+        break;
+    }
+}
 
-    if (IsMessage<SBinaryMsg96>(number, length) && !m_bBin76Seen)
-    {
-        ++m_auCount[eCount96];
-        const double seconds = ReadDouble(frame, kBin96SecondsOffset);
-        if (!SameSecondsAsLogTime(seconds))
-        {
-            m_LogTime.SetLogTime(seconds, ReadU16(frame, kBin96WeekOffset));
-            OnBin96(frame, m_Intake);
-        }
-        m_bBin96Seen = true;
-        ++m_Stats.m_uObsEpochsFound;
-    }
-    else if (IsMessage<SBinaryMsg76>(number, length) && !m_bBin96Seen)
-    {
-        ++m_auCount[eCount76];
-        const double seconds = ReadDouble(frame, kBin76SecondsOffset);
-        if (!SameSecondsAsLogTime(seconds))
-        {
-            m_LogTime.SetLogTime(seconds, ReadU16(frame, kBin76WeekOffset));
-            OnBin76(frame, m_Intake);
-        }
-        m_bBin76Seen = true;
-        ++m_Stats.m_uObsEpochsFound;
-    }
-    else if (IsMessage<SBinaryMsg95>(number, length))
-    {
-        ++m_auCount[eCount95];
-        m_Navigation.m_Gps.OnBin95(frame);
-        m_GpsNavWriter.WritePending(true);
-        ++m_Stats.m_uGpsEphFound;
-    }
-    else if (IsMessage<SBinaryMsg93>(number, length))
-    {
-        ++m_auCount[eCount93];
-        m_Navigation.m_Gps.OnBin93(frame);
-        m_GpsNavWriter.WritePending(true);
-    }
-    else if (IsMessage<SBinaryMsg94>(number, length))
-    {
-        ++m_auCount[eCount94];
-        m_Navigation.m_Utc.StoreBin94(frame);
-        ++m_Stats.m_uIonoUtcFound;
-    }
-    else if (IsMessage<SBinaryMsg65>(number, length))
-    {
-        ++m_auCount[eCount65];
-        m_Navigation.m_Glonass.OnBin65(frame);
-        m_GlonassNavWriter.WritePending(true);
-        ++m_Stats.m_uGlonassEphFound;
-    }
-    else if (IsMessage<SBinaryMsg66>(number, length))
-    {
-        ++m_auCount[eCount66];
-        if (SameSecondsAsLogTime(ReadDouble(frame, kBin66SecondsOffset)))
-            OnBin66(frame, m_Intake);
-        ++m_Stats.m_uGlonassObsFound;
-    }
-    else if (IsMessage<SBinaryMsg35>(number, length))
-    {
-        ++m_auCount[eCount35];
-        m_Navigation.m_BeidouDecoders.ProcessBin35(frame);
-        m_BeidouNavWriter.WritePending(true);
-        ++m_Stats.m_uBeidouEphFound;
-    }
-    else if (IsMessage<SBinaryMsg36>(number, length))
-    {
-        ++m_auCount[eCount36];
-        if (SameSecondsAsLogTime(ReadDouble(frame, kBin36SecondsOffset)))
-            OnBin36(frame, m_Intake);
-        ++m_Stats.m_uBeidouObsFound;
-    }
-    else if (IsMessage<SBinaryMsg34>(number, length))
-    {
-        ++m_auCount[eCount34];
-        m_Navigation.m_Utc.StoreBin34(frame);
-        m_BeidouNavWriter.WriteBdutLine();
-    }
-    // The messages only counted: the conversion takes nothing from them.
-    else if (IsMessage<SBinaryMsg101>(number, length))
-        ++m_auCount[eCount101];
-    else if (IsMessage<SBinaryMsg102>(number, length))
-        ++m_auCount[eCount102];
-    else if (IsMessage<SBinaryMsg103>(number, length))
-        ++m_auCount[eCount103];
-    else if (IsMessage<SBinaryMsg104>(number, length))
-        ++m_auCount[eCount104];
-    else if (IsMessage<SBinaryMsg80>(number, length))
-        ++m_auCount[eCount80];
-    else if (IsMessage<SBinaryMsg62>(number, length))
-        ++m_auCount[eCount62];
-    else
-        return false;
-    return true;
+void CConversion::OnBin34Stored()
+{
+    m_BeidouNavWriter.WriteBdutLine();
 }
 
 void CConversion::DispatchSiteFrame(const uint8_t* frame, uint32_t length)
@@ -308,8 +227,9 @@ void CConversion::PrintMessageCounts() const
 {
     for (uint32_t i = 0; i < eCountedMessages; ++i)
     {
-        if (m_auCount[i] != 0)
-            std::fprintf(stderr, kCountFormats[i], static_cast<unsigned long>(m_auCount[i]));
+        const uint32_t count = m_Decoding.Count(static_cast<ECountedMessage>(i));
+        if (count != 0)
+            std::fprintf(stderr, kCountFormats[i], static_cast<unsigned long>(count));
     }
     std::fputs("\n", stderr);
 }
@@ -341,7 +261,7 @@ int CConversion::ConvertLog(int inputFd, SPassOutputs& outputs)
             {
             case eFrameBin:
                 ++m_uMessageCount;
-                DispatchBinFrame(frame, length);
+                m_Decoding.DecodeBinFrame(frame, length);
                 break;
             case eFrameSite:
                 ++m_uMessageCount;
@@ -362,6 +282,14 @@ int CConversion::ConvertLog(int inputFd, SPassOutputs& outputs)
     m_Assembly.EndObservations();
     SyncOutputs(outputs);
 
+    const CLogDecoding& d = m_Decoding;
+    m_Stats.m_uObsEpochsFound = d.Count(eCount96) + d.Count(eCount76);
+    m_Stats.m_uGpsEphFound = d.Count(eCount95);
+    m_Stats.m_uIonoUtcFound = d.Count(eCount94);
+    m_Stats.m_uGlonassObsFound = d.Count(eCount66);
+    m_Stats.m_uGlonassEphFound = d.Count(eCount65);
+    m_Stats.m_uBeidouObsFound = d.Count(eCount36);
+    m_Stats.m_uBeidouEphFound = d.Count(eCount35);
     m_Stats.m_uNavSatsWritten =
         m_GpsNavWriter.m_uSatsWritten + m_GlonassNavWriter.m_uSatsWritten + m_BeidouNavWriter.m_uSatsWritten;
     m_Stats.m_uNavWrites =

@@ -11,6 +11,7 @@
 #include "gnsstime/GpsTime.h"
 #include "navstate/Navigation.h"
 #include "obsconv/EpochAssembly.h"
+#include "obsconv/LogDecoding.h"
 #include "obsconv/ObsIntake.h"
 #include "obsconv/ObsSlots.h"
 #include "obsconv/SatelliteUpkeep.h"
@@ -37,7 +38,7 @@ struct SPassOutputs
 // a fuzzer for each of its runs) and shared with no other conversion. The
 // command line writes the options, the site lines and the writer's moving
 // flag; then ConvertLog makes the single pass.
-class CConversion : private IEpochSink
+class CConversion : private IEpochSink, private IDecodingListener
 {
 public:
     CConversion();
@@ -82,31 +83,24 @@ private:
     // The epochs of the assembly go to the observation writer and the counts.
     void TakeEpoch(const SObsEpoch& epoch) override;
 
+    // Navigation records and the BDUT line go to their files.
+    void OnNavigationPass(ESystem system) override;
+    void OnBin34Stored() override;
+    void OnMessageLeftOut(const uint8_t*, uint16_t, EMessageLeftOut) override {}
+
     // Hands the options to the run's objects before the first frame.
     void PrepareRun(SPassOutputs& outputs);
 
-    bool DispatchBinFrame(const uint8_t* frame, uint32_t length);
     void DispatchSiteFrame(const uint8_t* frame, uint32_t length);
     void DispatchSentence(const uint8_t* frame, uint32_t length);
-    bool SameSecondsAsLogTime(double seconds) const { return seconds == m_LogTime.Now().m_dSeconds; }
 
     void CheckOutputs(SPassOutputs& outputs);
     void SyncOutputs(SPassOutputs& outputs);
     void PrintMessageCounts() const;
 
-    // The messages counted for the end-of-run line, in the order they are printed.
-    enum ECountedMessage
-    {
-        eCount96, eCount76, eCount95, eCount93, eCount94, eCount65, eCount66, eCount34,
-        eCount35, eCount36, eCount101, eCount102, eCount103, eCount104, eCount80, eCount62,
-        eCountedMessages
-    };
-
     SObsIntake m_Intake;
+    CLogDecoding m_Decoding;
     uint32_t m_uMessageCount = 0; // binary messages and site frames, known or not
-    bool m_bBin96Seen = false;    // shuts BIN76 out for the rest of the run
-    bool m_bBin76Seen = false;    // shuts BIN96 out for the rest of the run
-    uint32_t m_auCount[eCountedMessages] = {};
 
     // The input is read in blocks into this one buffer, reused for the whole
     // run; frames are consumed in place.

@@ -10,6 +10,7 @@
 #include <cstring>
 
 #include "driver/RunOptions.h"
+#include "logio/Sentences.h"
 #include "navstate/Geodesy.h"
 #include "rinex/ObsWriter.h"
 
@@ -20,9 +21,8 @@ namespace
 // arrives in pieces, each of them taken as a line of its own.
 constexpr uint32_t kLineBufferSize = 1000;
 
-// Degrees to radians, and minutes of arc to degrees.
+// Degrees to radians.
 constexpr double kRadiansPerDegree = 0.01745329251993791;
-constexpr double kDegreesPerMinute = 0.016666666666666666;
 
 // A -L text that names no file is taken as the location itself from this length on.
 constexpr size_t kMinLocationText = 4;
@@ -54,19 +54,6 @@ constexpr SHeaderLabel kHeaderLabels[] = {
     {"ANTENNA: DELTA H/E/N", &SExternalHeader::m_szAntennaDeltaLine},
 };
 
-// Both readers of sentences look at no more than this many fields.
-constexpr uint32_t kSentenceFields = 20;
-
-// Fields of "$GPGGA". A sentence with fewer fields, or without a fix, gives no position.
-constexpr uint32_t kGgaMinFields = 11;
-constexpr uint32_t kGgaLatitude = 2;
-constexpr uint32_t kGgaNorthSouth = 3;
-constexpr uint32_t kGgaLongitude = 4;
-constexpr uint32_t kGgaEastWest = 5;
-constexpr uint32_t kGgaFixQuality = 6;
-constexpr uint32_t kGgaGeoidHeight = 9;
-constexpr uint32_t kGgaGeoidSeparation = 11;
-
 // Fields of "$>JSITERECORD".
 constexpr uint32_t kSiteMarkerName = 1;
 constexpr uint32_t kSiteAntennaHeight = 2;
@@ -92,13 +79,6 @@ constexpr SModelAntenna kModelAntennas[] = {
     {"K740", "TLWK740         NONE"},
 };
 
-// A coordinate is printed in a fixed layout (sign, degrees, minutes with nine
-// decimals) and cut apart by position. The text holds any double's first
-// characters; snprintf drops the rest, which is never looked at.
-constexpr size_t kCoordinateTextSize = 48;
-constexpr size_t kLatitudeDegreeChars = 3;  // sign and two digits
-constexpr size_t kLongitudeDegreeChars = 4; // sign and three digits
-constexpr size_t kMinuteChars = 12;
 
 // What the pre-scan of -R keeps from the log's records. A field longer than
 // its store is cut to the store's size when it is stored; the joined version
@@ -198,46 +178,6 @@ void AntennaDeltaLineOf(const char* height, SSiteNotes& notes, char (&line)[kHea
         notes.m_bBadHeightTold = true;
     }
     FormatAntennaDeltaLine(readable ? value : 0.0, line);
-}
-
-// Degrees from a coordinate printed in the fixed layout: the sign and the
-// whole degrees in the first `degreeChars` characters, minutes in the twelve
-// behind them. The letter `negative` turns the sign, `positive` keeps it, and
-// any other gives 0.0.
-double DegreesFromLayout(const char* text, size_t degreeChars, const char* side, char negative, char positive)
-{
-    char degrees[kLongitudeDegreeChars + 1] = {};
-    char minutes[kMinuteChars + 1] = {};
-    // The layout's width keeps the text at least as long as degrees and minutes.
-    std::memcpy(degrees, text, degreeChars);
-    std::memcpy(minutes, text + degreeChars, kMinuteChars);
-    const double result = std::atof(degrees) + std::atof(minutes) * kDegreesPerMinute;
-    if (side[0] == negative)
-        return result * -1.0;
-    if (side[0] == positive)
-        return result;
-    return 0.0;
-}
-
-// The position of a "$GPGGA" in degrees and metres, when the sentence counts:
-// enough fields and a fix. A part whose fields are missing stays 0.0; the
-// height is the geoid height plus the geoid separation, whatever their units.
-bool PositionOfGga(const char* const fields[], uint32_t count, double llh[3])
-{
-    // strtol rather than atoi: it saturates where atoi's result is undefined.
-    if (count < kGgaMinFields || fields[kGgaFixQuality][0] == '\0' ||
-        std::strtol(fields[kGgaFixQuality], nullptr, 10) <= 0)
-        return false;
-    llh[0] = 0.0;
-    llh[1] = 0.0;
-    llh[2] = 0.0;
-    if (fields[kGgaLatitude][0] != '\0' && fields[kGgaNorthSouth][0] != '\0')
-        llh[0] = ParseLatitude(fields[kGgaLatitude], fields[kGgaNorthSouth]);
-    if (fields[kGgaLongitude][0] != '\0' && fields[kGgaEastWest][0] != '\0')
-        llh[1] = ParseLongitude(fields[kGgaLongitude], fields[kGgaEastWest]);
-    if (fields[kGgaGeoidHeight][0] != '\0' && fields[kGgaGeoidSeparation][0] != '\0')
-        llh[2] = std::atof(fields[kGgaGeoidHeight]) + std::atof(fields[kGgaGeoidSeparation]);
-    return true;
 }
 
 // One line of the log, split, as the pre-scan sees it. Later records
@@ -455,44 +395,6 @@ bool CheckExternalHeader(const std::string& path, std::string& reason)
         return false;
     }
     return true;
-}
-
-uint32_t SplitFields(char* line, const char* fields[], uint32_t maxFields)
-{
-    char* scan = line;
-    uint32_t count = 0;
-    for (uint32_t slot = 0; slot < maxFields; ++slot)
-    {
-        if (*scan == '\r' || *scan == '\n' || *scan == '\0')
-        {
-            // The scan stays at the line end, so every slot behind gets the same.
-            fields[slot] = "";
-            continue;
-        }
-        fields[slot] = scan;
-        ++count;
-        // The comma search starts behind the field's first character.
-        ++scan;
-        while (*scan != ',' && *scan != '\r' && *scan != '\n' && *scan != '\0')
-            ++scan;
-        if (*scan != '\0')
-            *scan++ = '\0';
-    }
-    return count;
-}
-
-double ParseLatitude(const char* value, const char* side)
-{
-    char text[kCoordinateTextSize];
-    std::snprintf(text, sizeof text, "%+015.9f", std::atof(value));
-    return DegreesFromLayout(text, kLatitudeDegreeChars, side, 'S', 'N');
-}
-
-double ParseLongitude(const char* value, const char* side)
-{
-    char text[kCoordinateTextSize];
-    std::snprintf(text, sizeof text, "%+016.9f", std::atof(value));
-    return DegreesFromLayout(text, kLongitudeDegreeChars, side, 'W', 'E');
 }
 
 void HandleSentence(char* line, CWriteRinexObs& writer, SSiteNotes& notes)

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "driver/RunOptions.h"
+#include "logio/Sentences.h"
 #include "rinex/ObsWriter.h"
 
 // Where the receiver stood and what it was: the inputs that the measurements
@@ -48,18 +49,6 @@ void ReadExternalHeader(const char* path, SExternalHeader& header);
 // -H, before anything is written: false with `reason` set when the file
 // can't be read to its end.
 bool CheckExternalHeader(const std::string& path, std::string& reason);
-
-// Splits `line` in place at commas and at its line end, and fills all
-// `maxFields` slots of `fields`; slots behind the last field point at an empty
-// text. Returns the number of fields found. A field runs from its first
-// character to the next comma behind that character, so an empty field is not
-// seen as such: "a,,b,c" gives "a", ",b" and "c".
-uint32_t SplitFields(char* line, const char* fields[], uint32_t maxFields);
-
-// A latitude of the form ddmm.mmmm and its "N" or "S", or a longitude of the
-// form dddmm.mmmm and its "E" or "W", in degrees. Any other letter gives 0.0.
-double ParseLatitude(const char* value, const char* side);
-double ParseLongitude(const char* value, const char* side);
 
 // A sentence met during the conversion, NUL-ended and writable: a site record
 // sets the antenna delta of the marker block, a position sentence its

@@ -9,6 +9,7 @@
 
 #include "gnsstime/GpsTime.h"
 #include "navstate/NavState.h"
+#include "navstate/Orbits.h"
 
 // A record with NaN or huge values integrates into NaNs and infinities, which
 // IEEE doubles carry through; the step count is fixed before any of that.
@@ -88,8 +89,8 @@ void GlonassFrameToWgs84(double (&pos)[3], double (&vel)[3], double (&acc)[3])
     }
 }
 
-// Integrates `eph` to `time`; gives WGS 84 position, velocity and acceleration
-// in metres and the clock correction and rate. Returns the span dt in seconds.
+} // namespace
+
 double PropagateGlonass(const SGlonassEphemeris& eph, const GpsTime& time, double (&pos)[3], double (&vel)[3],
                         double (&acc)[3], double& clockBias, double& clockRate)
 {
@@ -153,8 +154,6 @@ double PropagateGlonass(const SGlonassEphemeris& eph, const GpsTime& time, doubl
     clockRate = -eph.m_dGamma;
     return dt;
 }
-} // namespace
-
 void CGlonassNavState::ComputeSatState(uint32_t slot, const GpsTime* time)
 {
     if (slot < 1 || slot > kGlonassSlots)

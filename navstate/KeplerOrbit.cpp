@@ -9,6 +9,7 @@
 
 #include "gnsstime/GpsTime.h"
 #include "navstate/NavState.h"
+#include "navstate/Orbits.h"
 
 // Records outside the accepted range (eccentricity 1 or more, a zero or NaN
 // semi-major axis, huge times) are computed like any other: the arithmetic
@@ -23,7 +24,6 @@ namespace
 // rate, so that every run gives the same digits.
 constexpr double kSqrtMu = 19964981.84322;                  // metres^1.5 per second
 constexpr double kMu = 3.986005e14;                         // metres^3 per second^2
-constexpr double kEarthRate = 7.2921151467e-5;              // radians per second
 constexpr double kTwiceEarthRate = 0.000145842302934;
 constexpr double kEarthRateSquared = 5.3174943312731555e-9;
 constexpr double kRelativity = -4.442807633e-10;            // seconds per square root of metre
@@ -68,8 +68,25 @@ double SolveKepler(double m, double e)
     return ecc;
 }
 
-// Fills m_uIode, position, velocity, acceleration and clock of `state` from a
-// Kepler record at the seconds of `time`.
+// An SBAS row's record holds its geostationary state in the nine doubles from
+// m_dTgd to m_dCrc: position, velocity, acceleration.
+void GeoState(const SGpsEphemeris& eph, SSatState& state)
+{
+    state.m_uIode = eph.m_uIode;
+    state.m_dX = eph.m_dTgd;     // m_dGeoX
+    state.m_dY = eph.m_dTgd2;    // m_dGeoY
+    state.m_dZ = eph.m_dCrs;     // m_dGeoZ
+    state.m_dVx = eph.m_dDeltaN; // m_dGeoVx
+    state.m_dVy = eph.m_dCuc;    // m_dGeoVy
+    state.m_dVz = eph.m_dCus;    // m_dGeoVz
+    state.m_dAx = eph.m_dCic;    // m_dGeoAx
+    state.m_dAy = eph.m_dCis;    // m_dGeoAy
+    state.m_dAz = eph.m_dCrc;    // m_dGeoAz
+    state.m_dClockBias = eph.m_dAf0;
+    state.m_dClockDrift = eph.m_dAf1;
+}
+} // namespace
+
 void KeplerState(const SGpsEphemeris& eph, const GpsTime& time, SSatState& state)
 {
     const double t = time.m_dSeconds;
@@ -143,25 +160,6 @@ void KeplerState(const SGpsEphemeris& eph, const GpsTime& time, SSatState& state
     state.m_dClockBias = (((eph.m_dAf2 * tc + eph.m_dAf1) * tc + eph.m_dAf0) + relativity) - eph.m_dTgd;
     state.m_dClockDrift = 2.0 * (eph.m_dAf2 * tc) + eph.m_dAf1;
 }
-
-// An SBAS row's record holds its geostationary state in the nine doubles from
-// m_dTgd to m_dCrc: position, velocity, acceleration.
-void GeoState(const SGpsEphemeris& eph, SSatState& state)
-{
-    state.m_uIode = eph.m_uIode;
-    state.m_dX = eph.m_dTgd;     // m_dGeoX
-    state.m_dY = eph.m_dTgd2;    // m_dGeoY
-    state.m_dZ = eph.m_dCrs;     // m_dGeoZ
-    state.m_dVx = eph.m_dDeltaN; // m_dGeoVx
-    state.m_dVy = eph.m_dCuc;    // m_dGeoVy
-    state.m_dVz = eph.m_dCus;    // m_dGeoVz
-    state.m_dAx = eph.m_dCic;    // m_dGeoAx
-    state.m_dAy = eph.m_dCis;    // m_dGeoAy
-    state.m_dAz = eph.m_dCrc;    // m_dGeoAz
-    state.m_dClockBias = eph.m_dAf0;
-    state.m_dClockDrift = eph.m_dAf1;
-}
-} // namespace
 
 void CGpsNavState::ComputeSatState(uint32_t prn, const GpsTime* time)
 {

@@ -12,6 +12,9 @@ struct CNavState;
 // out, first come first served, to numbers above 32 (SBAS).
 constexpr uint32_t kSatRows = 35;
 constexpr uint32_t kFixedRows = 32;
+// GPS numbers above this are SBAS satellites: they have no records in the
+// navigation file and no place in the observation file.
+constexpr uint32_t kLastGpsNumber = kFixedRows;
 constexpr uint32_t kExtendedRows = 3;
 // GLONASS satellites are numbered by slot.
 constexpr uint32_t kGlonassSlots = 24;

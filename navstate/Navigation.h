@@ -24,6 +24,16 @@ public:
     CNavigation(const CNavigation&) = delete;
     CNavigation& operator=(const CNavigation&) = delete;
 
+    // The passes that follow a navigation message of their system: every
+    // waiting record of the numbers the files take (GPS 1 to 32, GLONASS
+    // slots, BeiDou 1 to 63) comes into use. The GPS pass also takes the UTC
+    // parameters from the stored BIN94, once, as soon as the GPS table holds
+    // a record: from then on they time the GLONASS records and fill the
+    // leap seconds of every navigation file.
+    void PassGpsRecords();
+    void PassGlonassRecords();
+    void PassBeidouRecords();
+
     CNavState m_Receiver{};
     CGlonassFrequencies m_GlonassFrequencies;
     CUtcState m_Utc;
@@ -31,4 +41,7 @@ public:
     CBeidouNavState m_Beidou;
     CGlonassNavState m_Glonass;
     CBeidouDecoders m_BeidouDecoders;
+
+private:
+    bool m_bGpsRecordHeld = false; // a GPS pass has found a record in the table
 };

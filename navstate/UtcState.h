@@ -28,6 +28,7 @@ public:
     // from them at the log time (from the message's own count while the log
     // time is still unset).
     void TakeUtcParams();
+    bool UtcTaken() const { return m_UtcParams.m_uStatus == kUtcParamsFilled; }
 
     SUtcParams m_UtcParams{};
     // GPS minus UTC, and the same less the 14 s by which BeiDou time trails

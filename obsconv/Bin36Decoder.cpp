@@ -4,6 +4,7 @@
 #include "navstate/BeidouCarriers.h"
 #include "navstate/NavState.h"
 #include "obsconv/EpochAssembly.h"
+#include "obsconv/ObsFate.h"
 #include "obsconv/ObsConstants.h"
 #include "obsconv/PackedRecord.h"
 #include "obsconv/SatelliteUpkeep.h"
@@ -32,6 +33,11 @@ uint32_t PacketField(const uint8_t* frame, uint32_t shift)
 {
     return (ReadU32(frame, kPacketWordOffset) >> shift) & kPacketFieldMask;
 }
+
+SPackedRecord ChannelWords(const uint8_t* frame, uint32_t n)
+{
+    return ReadPackedRecord(frame, kChannelWordsOffset + kWordSize * n, kRecordsOffset + kRecordSize * n);
+}
 } // namespace
 
 void DecodeBin36Slot(SObsSlot& slot, const uint8_t* frame, CBeidouNavState& beidou, const SMaskRule& mask)
@@ -42,9 +48,9 @@ void DecodeBin36Slot(SObsSlot& slot, const uint8_t* frame, CBeidouNavState& beid
     if (n >= kBin36Channels || band >= kBdsSlotBands)
         return;
 
-    const uint32_t record = kRecordsOffset + kRecordSize * n;
-    const SPackedRecord words = ReadPackedRecord(frame, kChannelWordsOffset + kWordSize * n, record);
-    const uint32_t prn = words.IsEmpty() ? 0 : PrnWithRow(beidou, words.Prn(), kBeidouRows);
+    const SPackedRecord words = ChannelWords(frame, n);
+    slot.m_uNumberInMessage = words.IsEmpty() ? 0 : words.Prn();
+    const uint32_t prn = slot.m_uNumberInMessage == 0 ? 0 : PrnWithRow(beidou, slot.m_uNumberInMessage, kBeidouRows);
 
     // A different satellite in the channel restarts its slip memory.
     const bool fresh = prn != slot.m_uPRN;
@@ -85,4 +91,19 @@ void OnBin36(const uint8_t* frame, SObsIntake& intake)
         DecodeBin36Slot(slot, frame, intake.m_Beidou, intake.m_Mask);
         intake.m_Assembly.AddBdsSlot(slot, lastPacket, band);
     }
+}
+
+uint32_t ListBin36Observations(const uint8_t* frame, ObsInMessage& out)
+{
+    const uint32_t band = PacketField(frame, kBandShift);
+    if (band >= kBdsSlotBands)
+        return 0;
+    uint32_t count = 0;
+    for (uint32_t n = 0; n < kBin36Channels; ++n)
+    {
+        const SPackedRecord words = ChannelWords(frame, n);
+        if (!words.IsEmpty() && words.Prn() != 0)
+            out[count++] = SObsInMessage{eSystemBeidou, words.Prn(), kSignalL1, band};
+    }
+    return count;
 }

@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "navstate/NavState.h"
+#include "obsconv/ObsFate.h"
 #include "obsconv/ObsIntake.h"
 #include "obsconv/ObsSlots.h"
 #include "obsconv/SatelliteUpkeep.h"
@@ -22,3 +23,6 @@ void OnBin36(const uint8_t* frame, SObsIntake& intake);
 // the BeiDou navigation state its upkeep call for the satellite. The phase is
 // placed on the code range divided by the wavelength of the frame's band.
 void DecodeBin36Slot(SObsSlot& slot, const uint8_t* frame, CBeidouNavState& beidou, const SMaskRule& mask);
+
+// The observations of a BIN36 frame, as sent, into `out`; returns their count.
+uint32_t ListBin36Observations(const uint8_t* frame, ObsInMessage& out);

@@ -1,9 +1,12 @@
 #include "obsconv/Bin66Decoder.h"
 
+#include <initializer_list>
+
 #include "logio/ByteReader.h"
 #include "navstate/GlonassFrequencies.h"
 #include "navstate/NavState.h"
 #include "obsconv/EpochAssembly.h"
+#include "obsconv/ObsFate.h"
 #include "obsconv/ObsConstants.h"
 #include "obsconv/PackedRecord.h"
 #include "obsconv/SatelliteUpkeep.h"
@@ -20,6 +23,13 @@ constexpr uint32_t kChannelWordsOffset = 312;
 // Columns of the wavelength table.
 constexpr uint32_t kWavelengthL1 = 0;
 constexpr uint32_t kWavelengthL2 = 1;
+
+// The channel word and the record of channel `n` for `signal` (L1 or L2).
+SPackedRecord ChannelWords(const uint8_t* frame, uint32_t n, uint32_t signal)
+{
+    const uint32_t record = signal == kSignalGloL2 ? kL2RecordsOffset + kRecordSize * n : kL1RecordsOffset + kRecordSize * n;
+    return ReadPackedRecord(frame, kChannelWordsOffset + kWordSize * n, record);
+}
 } // namespace
 
 void DecodeBin66Slot(SObsSlot& slot, const uint8_t* frame, CGlonassNavState& glonass,
@@ -34,12 +44,12 @@ void DecodeBin66Slot(SObsSlot& slot, const uint8_t* frame, CGlonassNavState& glo
         return;
 
     const uint32_t l1Record = kL1RecordsOffset + kRecordSize * n;
-    const uint32_t record = signal == kSignalGloL2 ? kL2RecordsOffset + kRecordSize * n : l1Record;
-    const SPackedRecord words = ReadPackedRecord(frame, kChannelWordsOffset + kWordSize * n, record);
+    const SPackedRecord words = ChannelWords(frame, n, signal);
 
     // Only slots 1 to 24 have a row, which is also the slot's row of the
     // wavelength table.
-    const uint32_t prn = words.IsEmpty() ? 0 : PrnWithRow(glonass, words.Prn(), kGlonassSlots);
+    slot.m_uNumberInMessage = words.IsEmpty() ? 0 : words.Prn();
+    const uint32_t prn = slot.m_uNumberInMessage == 0 ? 0 : PrnWithRow(glonass, slot.m_uNumberInMessage, kGlonassSlots);
 
     // A different satellite in the channel restarts its slip memory.
     const bool fresh = prn != slot.m_uPRN;
@@ -74,4 +84,19 @@ void OnBin66(const uint8_t* frame, SObsIntake& intake)
         DecodeBin66Slot(slots.m_aSlotGloL2[n], frame, intake.m_Glonass, intake.m_Frequencies, intake.m_Mask);
         intake.m_Assembly.AddGloSlots(slots.m_aSlotGloL1[n], slots.m_aSlotGloL2[n]);
     }
+}
+
+uint32_t ListBin66Observations(const uint8_t* frame, ObsInMessage& out)
+{
+    uint32_t count = 0;
+    for (uint32_t n = 0; n < kChannelsPerMessage; ++n)
+    {
+        for (const uint32_t signal : {kSignalL1, kSignalGloL2})
+        {
+            const SPackedRecord words = ChannelWords(frame, n, signal);
+            if (!words.IsEmpty() && words.Prn() != 0)
+                out[count++] = SObsInMessage{eSystemGlonass, words.Prn(), signal, 0};
+        }
+    }
+    return count;
 }

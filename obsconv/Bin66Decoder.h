@@ -4,6 +4,7 @@
 
 #include "navstate/GlonassFrequencies.h"
 #include "navstate/NavState.h"
+#include "obsconv/ObsFate.h"
 #include "obsconv/ObsIntake.h"
 #include "obsconv/ObsSlots.h"
 #include "obsconv/SatelliteUpkeep.h"
@@ -23,3 +24,6 @@ void OnBin66(const uint8_t* frame, SObsIntake& intake);
 // placed on the code range divided by the wavelength of the satellite's slot.
 void DecodeBin66Slot(SObsSlot& slot, const uint8_t* frame, CGlonassNavState& glonass,
                      const CGlonassFrequencies& frequencies, const SMaskRule& mask);
+
+// The observations of a BIN66 frame, as sent, into `out`; returns their count.
+uint32_t ListBin66Observations(const uint8_t* frame, ObsInMessage& out);

@@ -1,8 +1,11 @@
 #include "obsconv/Bin76Decoder.h"
 
+#include <initializer_list>
+
 #include "logio/ByteReader.h"
 #include "navstate/NavState.h"
 #include "obsconv/EpochAssembly.h"
+#include "obsconv/ObsFate.h"
 #include "obsconv/ObsConstants.h"
 #include "obsconv/PackedRecord.h"
 #include "obsconv/SatelliteUpkeep.h"
@@ -38,6 +41,22 @@ const CSnrTable kSnrTableL2L1P(kSnrScaleL2L1P);
 // value, turns the code range into the phase estimate that the phase
 // fragment is placed on.
 constexpr double kL2CyclesPerMetre = 4.094832832652519;
+
+// The channel word and the record of channel `n` for `signal`: L2 has its
+// own record, L1 C/A and L1 P read the L1 record.
+SPackedRecord ChannelWords(const uint8_t* frame, uint32_t n, uint32_t signal)
+{
+    const uint32_t record = signal == kSignalGpsL2 ? kL2RecordsOffset + kRecordSize * n : kL1RecordsOffset + kRecordSize * n;
+    return ReadPackedRecord(frame, kChannelWordsOffset + kWordSize * n, record);
+}
+
+// The satellite number a channel's record of `signal` sends, 0 for none: an
+// empty record, and L2 and L1 P of a number above 32, are no signal.
+uint32_t NumberSent(const SPackedRecord& words, uint32_t signal)
+{
+    const uint32_t number = words.IsEmpty() ? 0 : words.Prn();
+    return signal != kSignalL1 && number > kHighestGpsPRN ? 0 : number;
+}
 } // namespace
 
 void DecodeBin76Slot(SObsSlot& slot, const uint8_t* frame, CGpsNavState& gps, const SMaskRule& mask)
@@ -52,12 +71,13 @@ void DecodeBin76Slot(SObsSlot& slot, const uint8_t* frame, CGpsNavState& gps, co
     if (signal != kSignalL1 && n >= kBin76DualChannels)
     {
         slot.m_uPRN = 0; // the channel has no record of this signal: as an empty one
+        slot.m_uNumberInMessage = 0;
         return;
     }
 
     const uint32_t l1Record = kL1RecordsOffset + kRecordSize * n;
-    const uint32_t record = signal == kSignalGpsL2 ? kL2RecordsOffset + kRecordSize * n : l1Record;
-    const SPackedRecord words = ReadPackedRecord(frame, kChannelWordsOffset + kWordSize * n, record);
+    const SPackedRecord words = ChannelWords(frame, n, signal);
+    slot.m_uNumberInMessage = NumberSent(words, signal);
     uint32_t prn = words.IsEmpty() ? 0 : PrnWithRow(gps, words.Prn(), kSatRows);
     if (signal != kSignalL1 && prn > kHighestGpsPRN)
         prn = 0;
@@ -107,4 +127,21 @@ void OnBin76(const uint8_t* frame, SObsIntake& intake)
         DecodeBin76Slot(slots.m_aSlotGpsL1[n], frame, gps, intake.m_Mask);
         intake.m_Assembly.AddGpsL1Slot(slots.m_aSlotGpsL1[n]);
     }
+}
+
+uint32_t ListBin76Observations(const uint8_t* frame, ObsInMessage& out)
+{
+    uint32_t count = 0;
+    for (uint32_t n = 0; n < kBin76Channels; ++n)
+    {
+        for (const uint32_t signal : {kSignalL1, kSignalGpsL2, kSignalGpsL1P})
+        {
+            if (signal != kSignalL1 && n >= kBin76DualChannels)
+                break;
+            const uint32_t number = NumberSent(ChannelWords(frame, n, signal), signal);
+            if (number != 0)
+                out[count++] = SObsInMessage{eSystemGps, number, signal, 0};
+        }
+    }
+    return count;
 }

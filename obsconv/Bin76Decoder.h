@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "navstate/NavState.h"
+#include "obsconv/ObsFate.h"
 #include "obsconv/ObsIntake.h"
 #include "obsconv/ObsSlots.h"
 #include "obsconv/SatelliteUpkeep.h"
@@ -17,3 +18,6 @@ void OnBin76(const uint8_t* frame, SObsIntake& intake);
 // navigation state its upkeep call for the satellite. Code and phase are
 // rebuilt from the channel's 35-bit L1 code range and the signal's fragments.
 void DecodeBin76Slot(SObsSlot& slot, const uint8_t* frame, CGpsNavState& gps, const SMaskRule& mask);
+
+// The observations of a BIN76 frame, as sent, into `out`; returns their count.
+uint32_t ListBin76Observations(const uint8_t* frame, ObsInMessage& out);

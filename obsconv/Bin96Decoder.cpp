@@ -3,6 +3,7 @@
 #include "logio/ByteReader.h"
 #include "navstate/NavState.h"
 #include "obsconv/EpochAssembly.h"
+#include "obsconv/ObsFate.h"
 #include "obsconv/ObsConstants.h"
 #include "obsconv/SatelliteUpkeep.h"
 
@@ -35,6 +36,12 @@ constexpr double kSnrScale8Bit = 0.8192;
 const CSnrTable kSnrTable8Bit(kSnrScale8Bit);
 // The L1 cycles per metre over 4096: Doppler in 1/4096 m/s to Hz.
 constexpr double kL1DopplerScale = 0.0012829676436940242;
+
+// The first word of channel `n`'s record: satellite, signal to noise, slip counter.
+uint32_t RecordWord0(const uint8_t* frame, uint32_t n)
+{
+    return ReadU32(frame, kBin96FirstChannelOffset + kBin96ChannelRecordSize * n + kRecordWord0Offset);
+}
 } // namespace
 
 void DecodeBin96Slot(SObsSlot& slot, const uint8_t* frame, CGpsNavState& gps, const SMaskRule& mask)
@@ -46,7 +53,8 @@ void DecodeBin96Slot(SObsSlot& slot, const uint8_t* frame, CGpsNavState& gps, co
 
     const uint32_t word0 = ReadU32(frame, record + kRecordWord0Offset);
     // 0, or a fourth distinct number above 32, has no row.
-    const uint32_t prn = PrnWithRow(gps, word0 & kPrnMask, kSatRows);
+    slot.m_uNumberInMessage = word0 & kPrnMask;
+    const uint32_t prn = PrnWithRow(gps, slot.m_uNumberInMessage, kSatRows);
 
     // A different satellite in the channel restarts its slip memory.
     const bool fresh = prn != slot.m_uPRN;
@@ -79,4 +87,16 @@ void OnBin96(const uint8_t* frame, SObsIntake& intake)
         DecodeBin96Slot(slot, frame, intake.m_Gps, intake.m_Mask);
         intake.m_Assembly.AddGpsL1Slot(slot);
     }
+}
+
+uint32_t ListBin96Observations(const uint8_t* frame, ObsInMessage& out)
+{
+    uint32_t count = 0;
+    for (uint32_t n = 0; n < kChannelsPerMessage; ++n)
+    {
+        const uint32_t number = RecordWord0(frame, n) & kPrnMask;
+        if (number != 0)
+            out[count++] = SObsInMessage{eSystemGps, number, kSignalL1, 0};
+    }
+    return count;
 }

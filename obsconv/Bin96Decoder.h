@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "navstate/NavState.h"
+#include "obsconv/ObsFate.h"
 #include "obsconv/ObsIntake.h"
 #include "obsconv/ObsSlots.h"
 #include "obsconv/SatelliteUpkeep.h"
@@ -18,3 +19,6 @@ void OnBin96(const uint8_t* frame, SObsIntake& intake);
 // Fills `slot` from the record of its channel (slot.m_uChannel) in `frame`
 // and gives the GPS navigation state its upkeep call for the satellite.
 void DecodeBin96Slot(SObsSlot& slot, const uint8_t* frame, CGpsNavState& gps, const SMaskRule& mask);
+
+// The observations of a BIN96 frame, as sent, into `out`; returns their count.
+uint32_t ListBin96Observations(const uint8_t* frame, ObsInMessage& out);

@@ -108,20 +108,36 @@ void CEpochAssembly::OpenEpoch()
 // written, and not for a satellite the elevation mask leaves out. A satellite
 // in one of the table's shared extended rows (a GPS number above 32, SBAS)
 // gets its entry but never reaches the file.
-void CEpochAssembly::AddToEntry(SObsEntry& entry, const SObsSlot& slot, const CGpsNavState& state, uint32_t row)
+void CEpochAssembly::AddToEntry(SObsEntry& entry, const SObsSlot& slot, const CGpsNavState& state, uint32_t row,
+                                ESystem system, uint32_t band)
 {
     NoteSlip(entry, slot);
-    if (m_bEpochAccepted && !slot.m_bMasked)
+    const bool fill = m_bEpochAccepted && !slot.m_bMasked;
+    if (fill)
         FillEntry(entry, slot, row < state.m_uFixedRows);
+    if (m_pListener != nullptr)
+    {
+        const EObsFate fate = fill                ? eFateEntered
+                              : !m_bEpochAccepted ? eFateRateGate
+                              : slot.m_bUsable    ? eFateBelowMask
+                                                  : eFateNoEphemeris;
+        m_pListener->OnObservation(slot, system, band, row, fate);
+    }
+}
+
+void CEpochAssembly::NoRow(const SObsSlot& slot, ESystem system, uint32_t band)
+{
+    if (m_pListener != nullptr && slot.m_uNumberInMessage != 0)
+        m_pListener->OnObservation(slot, system, band, 0, eFateNoRow);
 }
 
 void CEpochAssembly::AddGpsL1Slot(const SObsSlot& slot)
 {
     uint32_t row = 0;
     if (!TableRow(m_Gps, slot.m_uPRN, kSatRows, row))
-        return; // also an empty channel: satellite 0 has no row
+        return NoRow(slot, eSystemGps); // also an empty channel: satellite 0 has no row
     OpenEpoch();
-    AddToEntry(m_Epoch.m_aGpsL1[row], slot, m_Gps, row);
+    AddToEntry(m_Epoch.m_aGpsL1[row], slot, m_Gps, row, eSystemGps);
 }
 
 void CEpochAssembly::AddGpsSlots(const SObsSlot& l1, const SObsSlot& l2, const SObsSlot& p)
@@ -136,10 +152,14 @@ void CEpochAssembly::AddGpsSlots(const SObsSlot& l1, const SObsSlot& l2, const S
     // The second and third signals never open the epoch on their own.
     uint32_t row = 0;
     if (TableRow(m_Gps, l2.m_uPRN, kSatRows, row))
-        AddToEntry(m_Epoch.m_aGpsL2[row], l2, m_Gps, row);
+        AddToEntry(m_Epoch.m_aGpsL2[row], l2, m_Gps, row, eSystemGps);
+    else
+        NoRow(l2, eSystemGps);
     // Filled with or without -P1; only the writer's column depends on it.
     if (TableRow(m_Gps, p.m_uPRN, kSatRows, row))
-        AddToEntry(m_Epoch.m_aGpsL1P[row], p, m_Gps, row);
+        AddToEntry(m_Epoch.m_aGpsL1P[row], p, m_Gps, row, eSystemGps);
+    else
+        NoRow(p, eSystemGps);
 }
 
 void CEpochAssembly::AddGloSlots(const SObsSlot& l1, const SObsSlot& l2)
@@ -154,10 +174,16 @@ void CEpochAssembly::AddGloSlots(const SObsSlot& l1, const SObsSlot& l2)
     if (TableRow(m_Gps, l1.m_uPRN, kSatRows, row))
     {
         OpenEpoch();
-        AddToEntry(m_Epoch.m_aGloL1[row], l1, m_Gps, row);
+        AddToEntry(m_Epoch.m_aGloL1[row], l1, m_Gps, row, eSystemGlonass);
+    }
+    else
+    {
+        NoRow(l1, eSystemGlonass);
     }
     if (TableRow(m_Gps, l2.m_uPRN, kSatRows, row))
-        AddToEntry(m_Epoch.m_aGloL2[row], l2, m_Gps, row);
+        AddToEntry(m_Epoch.m_aGloL2[row], l2, m_Gps, row, eSystemGlonass);
+    else
+        NoRow(l2, eSystemGlonass);
 }
 
 void CEpochAssembly::AddBdsSlot(const SObsSlot& slot, bool lastPacket, uint32_t band)
@@ -168,13 +194,13 @@ void CEpochAssembly::AddBdsSlot(const SObsSlot& slot, bool lastPacket, uint32_t 
 
     uint32_t row = 0;
     if (!TableRow(m_Beidou, slot.m_uPRN, kBeidouRows, row))
-        return;
+        return NoRow(slot, eSystemBeidou, band);
     if (row >= m_Epoch.m_uBdsRowsInUse)
         m_Epoch.m_uBdsRowsInUse = row + 1;
     // Earlier packets of the band's set only count for slips while no epoch is open.
     if (lastPacket)
         OpenEpoch();
-    AddToEntry(m_Epoch.m_aBds[band][row], slot, m_Beidou, row);
+    AddToEntry(m_Epoch.m_aBds[band][row], slot, m_Beidou, row, eSystemBeidou, band);
 }
 
 bool CEpochAssembly::PassRateGate()
@@ -231,12 +257,18 @@ void CEpochAssembly::FlushEpoch()
 {
     m_bEpochOpen = 0;
     if (!m_bEpochAccepted)
+    {
+        if (m_pListener != nullptr)
+            m_pListener->OnEpochFinished(m_Epoch, false);
         return;
+    }
 
     LatchInterval();
     SelectListed(m_Epoch);
     if (m_pSink != nullptr)
         m_pSink->TakeEpoch(m_Epoch);
+    if (m_pListener != nullptr)
+        m_pListener->OnEpochFinished(m_Epoch, true);
 
     m_bEpochAccepted = 0;
     ClearEpochTables(m_Epoch);

@@ -5,6 +5,7 @@
 #include "gnsstime/GpsTime.h"
 #include "navstate/NavState.h"
 #include "obsconv/ObsEpoch.h"
+#include "obsconv/ObsFate.h"
 #include "obsconv/ObsSlots.h"
 
 // Whoever takes the finished epochs of an assembly.
@@ -35,6 +36,9 @@ public:
     // the GPS lines carry L1 P (-P1), and where finished epochs go (may be
     // null: then they go nowhere).
     void SetRun(double interval, bool fixed, bool outputL1P, IEpochSink* sink);
+    // Who follows the fate of every observation; null (the conversion's
+    // case) for nobody.
+    void SetListener(IObservationListener* listener) { m_pListener = listener; }
 
     // A slot of BIN96, or the C/A part of a BIN76 channel.
     void AddGpsL1Slot(const SObsSlot& slot);
@@ -67,13 +71,17 @@ public:
 
 private:
     void OpenEpoch();
-    void AddToEntry(SObsEntry& entry, const SObsSlot& slot, const CGpsNavState& state, uint32_t row);
+    void AddToEntry(SObsEntry& entry, const SObsSlot& slot, const CGpsNavState& state, uint32_t row, ESystem system,
+                    uint32_t band = 0);
+    // A slot whose number has no row: only a listener hears of it.
+    void NoRow(const SObsSlot& slot, ESystem system, uint32_t band = 0);
     void LatchInterval();
 
     const CLogTime& m_LogTime;
     CGpsNavState& m_Gps;
     CBeidouNavState& m_Beidou;
     IEpochSink* m_pSink = nullptr;
+    IObservationListener* m_pListener = nullptr;
     uint8_t m_bOutputL1P = 0;
 
     SObsEpoch m_Epoch{};

@@ -36,9 +36,6 @@ constexpr uint32_t kBdsBands = kBeidouBands;
 // GLONASS slot and every BeiDou number may stand in it at once.
 constexpr uint32_t kEpochListSize = kFixedRows + kGlonassSlots + kBeidouRows;
 
-// GPS numbers above this are SBAS satellites, which never reach the file.
-constexpr uint32_t kLastGpsNumber = 32;
-
 // An element of the epoch line's list is the satellite number plus its
 // system's base, so that the list tells the systems apart by number ranges.
 enum ESystem : int32_t

@@ -21,6 +21,8 @@ struct SObsSlot
     uint8_t m_bGoodLock;    // the receiver's good-lock bit
     uint32_t m_uSlipCounter; // last slip counter read, 0 to 255
     uint8_t m_bMasked;      // left out of the observation file by the elevation mask
+    uint8_t m_bUsable;      // with the mask acting: the satellite's ephemeris may be used now
+    uint32_t m_uNumberInMessage; // the record's satellite number as sent, 0 for an empty record
 };
 
 // Signal codes of the slot arrays.

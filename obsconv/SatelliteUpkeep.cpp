@@ -26,6 +26,7 @@ void KeepSatelliteUp(CGpsNavState& table, uint32_t prn, SObsSlot& slot, const SM
         slot.m_bMasked = 0;
         return;
     }
+    slot.m_bUsable = usable ? 1 : 0;
     if (usable)
         table.UpdateElevation(prn, true);
 

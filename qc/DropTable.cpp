@@ -4,7 +4,7 @@ namespace
 {
 const char* const kReasonNames[kQcDropReasonCount] = {
     "written", "no_lock", "before_eph", "below_mask", "never_written", "beyond_tables", "time_mismatch",
-    "other_gps_msg", "decimated",
+    "other_gps_msg", "decimated", "no_column",
 };
 const char* const kReasonTexts[kQcDropReasonCount] = {
     "written to the observation file",
@@ -13,9 +13,10 @@ const char* const kReasonTexts[kQcDropReasonCount] = {
     "below the elevation mask (-E)",
     "a satellite number the file never takes (SBAS)",
     "a satellite number the satellite tables can't hold",
-    "a message whose time is not the epoch's",
+    "a message whose time is no epoch's it can join (another second, or a repeat of the epoch in hand)",
     "the other GPS observation message (BIN96 and BIN76 both in the log)",
-    "an epoch left out by the interval of -N",
+    "an epoch the rate gate leaves out (the interval of -N, or before the output grid is found)",
+    "L1 P without -P1: the file has no column for it",
 };
 } // namespace
 

@@ -16,7 +16,7 @@ uint32_t SatelliteKey(uint32_t system, uint32_t number)
 bool Analysed(uint32_t reason)
 {
     return reason == eQcWritten || reason == eQcDropNoGoodLock || reason == eQcDropBeforeEphemeris ||
-           reason == eQcDropBelowMask || reason == eQcDropDecimated;
+           reason == eQcDropBelowMask || reason == eQcDropDecimated || reason == eQcDropNoColumn;
 }
 
 // The first signal of each system.

@@ -49,11 +49,12 @@ enum EQcDropReason : uint32_t
     eQcDropBelowMask = 3,       // below the elevation mask of -E
     eQcDropNeverWritten = 4,    // a satellite number the file never takes (SBAS)
     eQcDropBeyondTables = 5,    // a satellite number the satellite tables can't hold
-    eQcDropTimeMismatch = 6,    // a message whose time is not the epoch's
+    eQcDropTimeMismatch = 6,    // a message whose time is no epoch's it can join (another second, a repeat)
     eQcDropOtherGpsMessage = 7, // BIN96 in a BIN76 log, or BIN76 in a BIN96 log
-    eQcDropDecimated = 8,       // an epoch that -N leaves out
+    eQcDropDecimated = 8,       // an epoch the rate gate leaves out (-N, or before the output grid is found)
+    eQcDropNoColumn = 9,        // L1 P without -P1: the file has no column for it
 };
-constexpr uint32_t kQcDropReasonCount = 9;
+constexpr uint32_t kQcDropReasonCount = 10;
 
 // One signal of one satellite in one epoch, as decoded. Values the message
 // doesn't carry have their flag clear.

@@ -50,12 +50,10 @@ void CWriteRinexBeiDouNav::WriteHeader()
     WriteBlankReservedHeader(kBeidouTypeText);
 }
 
-void CWriteRinexBeiDouNav::WritePending(bool force)
+void CWriteRinexBeiDouNav::WritePending()
 {
-    // The pass runs with or without a file: it brings pending records into
-    // use, which the observations depend on.
-    PassPendingRecords(*this, m_Table, kLastBeidouNumber, force, &CWriteRinexBeiDouNav::WriteHeader,
-                       &CWriteRinexNav::IssueKeyIode, &CWriteRinexBeiDouNav::WriteBeidouRecord);
+    WriteNewIssues(*this, m_Table, kLastBeidouNumber, &CWriteRinexBeiDouNav::WriteHeader,
+                   &CWriteRinexNav::IssueKeyIode, &CWriteRinexBeiDouNav::WriteBeidouRecord);
 
     // The leap seconds come from the run's UTC state; until it is taken the
     // blank line stays.

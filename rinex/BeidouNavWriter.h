@@ -25,7 +25,7 @@ public:
     // differs from the last one written for the satellite. Then fills the
     // LEAP SECONDS line once the run's UTC state gives the leap seconds, and
     // the BDUT line once behind the header.
-    void WritePending(bool force);
+    void WritePending();
     // Appends the record of satellite `number` at the stream's position.
     void WriteBeidouRecord(uint32_t number, const SBeidouEphemeris& record);
     // Fills the BDUT line from the stored BIN34. The conversion loop calls it

@@ -129,12 +129,10 @@ void CWriteRinexGlonassNav::WriteHeaderFromPass()
     WriteHeader();
 }
 
-void CWriteRinexGlonassNav::WritePending(bool force)
+void CWriteRinexGlonassNav::WritePending()
 {
-    // The pass runs with or without a file: it brings pending records into
-    // use, which the observations depend on.
-    PassPendingRecords(*this, m_Table, kGlonassSlots, force, &CWriteRinexGlonassNav::WriteHeaderFromPass,
-                       &CWriteRinexGlonassNav::IssueKeyTb, &CWriteRinexGlonassNav::WriteGlonassRecord);
+    WriteNewIssues(*this, m_Table, kGlonassSlots, &CWriteRinexGlonassNav::WriteHeaderFromPass,
+                   &CWriteRinexGlonassNav::IssueKeyTb, &CWriteRinexGlonassNav::WriteGlonassRecord);
 
     // The leap seconds come from the run's UTC state; until it is taken the
     // placeholder stays.

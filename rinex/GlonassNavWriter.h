@@ -25,7 +25,7 @@ public:
     // The pass over slots 1 to 24: a record goes out when its tb differs from
     // the last one written for the slot. Then fills the LEAP SECONDS line once
     // the run's UTC state gives the leap seconds.
-    void WritePending(bool force);
+    void WritePending();
     // Appends the record of `slot` at the stream's position; the first record
     // of the run fills the GLUT line.
     void WriteGlonassRecord(uint32_t slot, const SGlonassEphemeris& record);

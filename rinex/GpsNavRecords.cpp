@@ -18,7 +18,6 @@
 namespace
 {
 
-constexpr uint32_t kLastGpsNumber = 32; // the SBAS rows behind it never reach the file
 
 // The reserved header lines of the GPS file.
 constexpr uint32_t kLineGpsa = 0;
@@ -93,16 +92,13 @@ void CWriteRinexNav::WriteHeader()
     WriteBlankReservedHeader(kGpsTypeText);
 }
 
-void CWriteRinexNav::WritePending(bool force)
+void CWriteRinexNav::WritePending()
 {
-    // The pass runs with or without a file: it brings pending records into
-    // use, which the observations depend on.
-    PassPendingRecords(*this, m_Table, kLastGpsNumber, force, &CWriteRinexNav::WriteHeader,
-                       &CWriteRinexNav::IssueKeyIode, &CWriteRinexNav::WriteGpsRecord);
+    WriteNewIssues(*this, m_Table, kLastGpsNumber, &CWriteRinexNav::WriteHeader, &CWriteRinexNav::IssueKeyIode,
+                   &CWriteRinexNav::WriteGpsRecord);
 
-    if (m_bHeaderWritten && !m_bIonoWritten && m_Utc.Bin94Stored())
+    if (m_bHeaderWritten && !m_bIonoWritten && m_Utc.UtcTaken())
     {
-        m_Utc.TakeUtcParams();
         WriteIonoUtc();
         m_bIonoWritten = 1;
     }

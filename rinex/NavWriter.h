@@ -39,10 +39,10 @@ public:
     // lines reserved for GPSA, GPSB, GPUT and LEAP SECONDS, end of header.
     // Called only from the pass.
     void WriteHeader();
-    // The pass: brings pending records into use and appends a record for every
-    // GPS satellite 1 to 32 whose IODE differs from the last one written, then
-    // fills in the ionosphere and UTC lines once a BIN94 is stored.
-    void WritePending(bool force);
+    // The pass after the navigation state's: appends a record for every GPS
+    // satellite 1 to 32 whose IODE differs from the last one written, then
+    // fills in the ionosphere and UTC lines once the UTC parameters are taken.
+    void WritePending();
     // Appends the record of satellite `number` at the stream's position.
     void WriteGpsRecord(uint32_t number, const SGpsEphemeris& record);
     // Fills the four reserved lines from the stored BIN94 and the run's leap
@@ -95,26 +95,21 @@ private:
     CGpsNavState& m_Table;
 };
 
-// The pass of every navigation writer over its satellites 1 to `last`:
-// activates each pending record, and writes the current one when its issue key
-// differs from the last key written for that satellite (a key returning to an
-// older value counts as new). The header goes out in front of the first
-// record. Without `force` only a record that ActivateEphemeris calls usable is
-// looked at; with it, any stored record, whatever its health and age. The pass
-// runs the same without a stream, so the state it moves on (records in use,
-// issues done, header due) doesn't depend on which files are named; only the
-// counts of records written wait for a file.
+// The pass of every navigation writer over its satellites 1 to `last`, run
+// after the navigation state has brought its waiting records into use: writes
+// the current record of a satellite, whatever its health and age, when its
+// issue key differs from the last key written for that satellite (a key
+// returning to an older value counts as new). The header goes out in front
+// of the first record. The pass runs the same without a stream, so the state
+// it moves on (issues done, header due) doesn't depend on which files are
+// named; only the counts of records written wait for a file.
 template <typename Writer, typename State, typename Record>
-void PassPendingRecords(Writer& writer, State& state, uint32_t last, bool force, void (Writer::*writeHeader)(),
-                        uint32_t (*issueKey)(const Record&),
-                        void (Writer::*writeRecord)(uint32_t, const Record&))
+void WriteNewIssues(Writer& writer, State& state, uint32_t last, void (Writer::*writeHeader)(),
+                    uint32_t (*issueKey)(const Record&), void (Writer::*writeRecord)(uint32_t, const Record&))
 {
     for (uint32_t number = 1; number <= last; ++number)
     {
-        if (!state.ActivateEphemeris(number) && !force)
-            continue;
-        uint32_t txTime = 0; // the record writers don't use it
-        const Record* record = state.GetStructAlways(number, &txTime);
+        const Record* record = state.GetStructAlways(number, nullptr);
         if (record == nullptr)
             continue;
         const uint32_t key = issueKey(*record);

@@ -2,7 +2,7 @@
 # The converter's subsystems form layers, and includes only go down:
 #
 #   platform, gnsstime -> logio -> navstate -> obsconv -> rinex -> driver
-#                                                      -> qc
+#                                                      -> qc    ->
 #
 # (the order the top CMakeLists.txt links the subsystems in).
 # A subsystem may include its own headers and those of the layers below it,
@@ -21,7 +21,7 @@ declare -A below=(
     [obsconv]="platform gnsstime logio navstate"
     [rinex]="platform gnsstime logio navstate obsconv"
     [qc]="platform gnsstime logio navstate obsconv"
-    [driver]="platform gnsstime logio navstate obsconv rinex"
+    [driver]="platform gnsstime logio navstate obsconv rinex qc"
 )
 
 broken=0
@@ -38,7 +38,7 @@ for layer in "${!below[@]}"; do
                  "$root/$layer" /dev/null || true)
 done
 if ((broken)); then
-    echo "includes must go down the layers: platform, gnsstime -> logio -> navstate -> obsconv -> rinex/qc -> driver"
+    echo "includes must go down the layers: platform, gnsstime -> logio -> navstate -> obsconv -> rinex, qc -> driver"
     exit 1
 fi
 echo "every include goes down the layers"

@@ -38,7 +38,7 @@ protected:
     // An occupied slot with good lock and no slip.
     static SObsSlot Slot(uint32_t prn, uint32_t signal = kSignalL1, double snr = 40.0)
     {
-        return SObsSlot{0, prn, signal, 2.1e7 + prn, 1.1e8 + prn, -1500.25, snr, 0, 1, 0, 0};
+        return SObsSlot{0, prn, signal, 2.1e7 + prn, 1.1e8 + prn, -1500.25, snr, 0, 1, 0, 0, true, 0};
     }
 
 public:

@@ -98,6 +98,23 @@ protected:
         return LinesOf(text);
     }
 
+    // The navigation state's pass over the writer's system, then the writer's.
+    void Pass(CWriteRinexNav& writer)
+    {
+        Nav().PassGpsRecords();
+        writer.WritePending();
+    }
+    void Pass(CWriteRinexGlonassNav& writer)
+    {
+        Nav().PassGlonassRecords();
+        writer.WritePending();
+    }
+    void Pass(CWriteRinexBeiDouNav& writer)
+    {
+        Nav().PassBeidouRecords();
+        writer.WritePending();
+    }
+
     // Two passes of `writer` over this file, with the leap seconds at `first`
     // for the first and at `second` for the second; the file's lines.
     template <typename Writer>
@@ -106,9 +123,9 @@ protected:
     {
         writer.SetFile(m_pFile);
         leapSeconds = first;
-        writer.WritePending(true);
+        Pass(writer);
         leapSeconds = second;
-        writer.WritePending(true);
+        Pass(writer);
         return Lines();
     }
 
@@ -129,24 +146,20 @@ TEST_F(NavRecords, PassVisitsSatellites1To32InOrderWithOrWithoutAStreamAndARetur
     // Without a stream the pass runs all the same, so the records in use
     // don't depend on which files are named; nothing counts as written.
     CWriteRinexNav unnamed(Nav().m_Gps, Utc());
-    unnamed.WritePending(true);
+    Pass(unnamed);
     EXPECT_EQ(s.m_aPendingEphemeris[6].m_uIode, 0u);
     EXPECT_EQ(s.m_aEphemeris[6].m_uIode, 18u);
     EXPECT_EQ(unnamed.m_uRecordsWritten, 0u);
     s.m_aEphemeris[6] = SGpsEphemeris{};
 
-    // While the log time isn't set no record is usable: an unforced pass writes nothing.
     writer.SetFile(m_pFile);
-    writer.WritePending(false);
-    EXPECT_TRUE(Lines().empty());
-
-    writer.WritePending(true);
+    Pass(writer);
     s.m_aPendingEphemeris[4] = GpsRecord(18);
     s.m_aEphemeris[11] = GpsRecord(17);
-    writer.WritePending(true);
+    Pass(writer);
     s.m_aPendingEphemeris[4] = GpsRecord(17);
-    writer.WritePending(true);
-    writer.WritePending(true);
+    Pass(writer);
+    Pass(writer);
     const std::vector<std::string> lines = Lines();
     std::vector<std::string> written; // satellite and IODE of each record
     for (size_t at = 7; at + 1 < lines.size(); at += 8)
@@ -177,7 +190,7 @@ TEST_F(NavRecords, LeapSecondsAreTheBin94CountBeforeTheLogTimeAndTheFirstBin94St
         Nav().m_Gps.m_aEphemeris[4] = GpsRecord(17);
         m_LogTime.SetLogTime(20000.0, c.m_uLogWeek);
         Utc().StoreBin94(Bin94(1.5e-8, 17, 18).m_aFrame);
-        writer.WritePending(true);
+        Pass(writer);
         EXPECT_EQ(Utc().m_iGpsLeapSeconds, c.m_iLeap);
         EXPECT_EQ(Utc().m_iBeidouLeapSeconds, c.m_iLeap - 14);
         EXPECT_EQ(Utc().m_UtcParams.m_uWnLsf, 2000u);
@@ -186,7 +199,7 @@ TEST_F(NavRecords, LeapSecondsAreTheBin94CountBeforeTheLogTimeAndTheFirstBin94St
         // A later BIN94 changes neither the lines nor the parameters.
         Utc().StoreBin94(Bin94(2.5e-8, 30, 31).m_aFrame);
         Nav().m_Gps.m_aPendingEphemeris[4] = GpsRecord(18);
-        writer.WritePending(true);
+        Pass(writer);
         EXPECT_EQ(Utc().m_UtcParams.m_dAlpha0, 1.5e-8);
         EXPECT_EQ(Utc().m_iGpsLeapSeconds, c.m_iLeap);
         const std::vector<std::string> lines = Lines();
@@ -205,7 +218,7 @@ TEST_F(NavRecords, LeapSecondsAreTheBin94CountBeforeTheLogTimeAndTheFirstBin94St
     Nav().m_Gps.m_aEphemeris[4] = GpsRecord(17);
     m_LogTime.SetLogTime(20000.0, kWeek);
     Utc().StoreBin94(Bin94(1.5e-8, 17, 18, -1e300).m_aFrame);
-    writer.WritePending(true);
+    Pass(writer);
     EXPECT_EQ(Utc().m_iGpsLeapSeconds, INT32_MIN);
     EXPECT_EQ(Utc().m_iBeidouLeapSeconds, INT32_MIN);
 }

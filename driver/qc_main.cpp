@@ -1,0 +1,6 @@
+#include "driver/QcCommandLine.h"
+
+int main(int argc, char** argv)
+{
+    return RunObsforgeQc(argc, argv);
+}
