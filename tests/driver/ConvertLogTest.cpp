@@ -6,6 +6,14 @@
 #include <vector>
 
 #include "driver/CommandLine.h"
+#include "logbuild/BeidouEncoder.h"
+#include "logbuild/Bin36Encoder.h"
+#include "logbuild/Bin66Encoder.h"
+#include "logbuild/Bin96Encoder.h"
+#include "logbuild/GlonassEncoder.h"
+#include "logbuild/GpsEphemerisEncoder.h"
+#include "logbuild/IonoUtcEncoder.h"
+#include "support/ExpectedObsText.h"
 #include "support/ExpectedText.h"
 #include "support/ToolRun.h"
 
@@ -275,4 +283,113 @@ TEST(ConvertLog, ConversionsInOneProcessAreIndependent)
         EXPECT_EQ(WithoutRunDate(again.ReadFile(file)), WithoutRunDate(expected.str())) << file;
     }
     EXPECT_NE(other.ReadFile("obs.rnx"), first.ReadFile("obs.rnx"));
+}
+
+namespace
+{
+// The lines of the files a run over `log` writes, run date masked.
+struct SNavFiles
+{
+    std::vector<std::string> m_aGps, m_aGlonass, m_aBeidou;
+};
+
+SNavFiles NavFilesOf(const Bytes& log)
+{
+    CScratchDir dir;
+    dir.WriteFile("in.log", log);
+    EXPECT_EQ(RunObsforgeTool({"in.log", "obs", "gps", "glo", "bds"}, dir.Dir()).m_iExitStatus, 0);
+    return {LinesOf(MaskRunDate(dir.ReadFile("gps"))), LinesOf(MaskRunDate(dir.ReadFile("glo"))),
+            LinesOf(MaskRunDate(dir.ReadFile("bds")))};
+}
+} // namespace
+
+// The header lines of UTC data are reserved when a navigation file begins and
+// filled in place when their data come, whatever the order of the messages:
+// a BIN94 behind the first GPS ephemeris, the leap seconds it gives behind
+// the first GLONASS and BeiDou records, and of two BIN34 the later one. The
+// GLUT line keeps tau c of the first GLONASS record.
+TEST(ConvertLog, UtcLinesOfTheNavigationHeadersAreFilledInPlaceWhateverTheOrderOfTheMessages)
+{
+    SGpsEphemerisValues g05; // 2020-06-26 02:00, second 439200 of week 2111
+    g05.m_uSatellite = 5, g05.m_uTxTime = 438000, g05.m_uWeek = 2111, g05.m_uIode = g05.m_uIodc = 10;
+    g05.m_dToc = g05.m_dToe = 439200.0, g05.m_dEcc = 0.01;
+    SGlonassEphemerisValues r03;
+    r03.m_uSlot = 3, r03.m_dX = 20000.0, r03.m_dVy = 3.0, r03.m_dTauC = -0x1p-11;
+    SetGlonassReferenceFromUtc(r03, 2020, 6, 26, 1, 45, 0);
+    SBeidouEphemerisFields c11;
+    c11.m_uSatellite = 11, c11.m_uSow = 438000, c11.m_uWeek = 755, c11.m_uToc = c11.m_uToe = 439200 / 8;
+    SBin94Values utc; // 18 s since the event of week 1929
+    utc.m_adAlpha[0] = 1.5e-8, utc.m_Utc.m_iRefSeconds = 405504, utc.m_Utc.m_iRefWeek = 2111;
+    utc.m_Leap = {true, 18, 18, 1929, 7};
+    SRinexTimeCorrection early{-5 * 0x1p-30, -2 * 0x1p-50, 99 * 4096, 186}, late{-7 * 0x1p-30, 3 * 0x1p-50, 409600, 187};
+
+    Bytes log = MakeBin96Frame(2111, 432000.0, {});
+    AppendBytes(log, MakeBin34Frame(early));
+    AppendBytes(log, MakeBin35DecodedFrame(c11, 4));
+    AppendBytes(log, MakeBin65Frame(r03));
+    AppendBytes(log, MakeBin95Frame(g05));
+    AppendBytes(log, MakeBin94Frame(utc));
+    AppendBytes(log, MakeBin34Frame(late));
+    ++g05.m_uIode, ++g05.m_uIodc, ++c11.m_uToe;
+    r03.m_uTbMinutes += 30, r03.m_dTauC = -0x1p-12;
+    for (const Bytes& frame : {MakeBin95Frame(g05), MakeBin65Frame(r03), MakeBin35DecodedFrame(c11, 4)})
+        AppendBytes(log, frame);
+
+    const SNavFiles files = NavFilesOf(log);
+    const std::string leap = "                                                      LEAP SECONDS        \n";
+    ASSERT_EQ(files.m_aGps.size(), 7u + 2 * 8);
+    EXPECT_EQ(files.m_aGps[2], "GPSA   1.5000D-08  0.0000D+00  0.0000D+00  0.0000D+00       IONOSPHERIC CORR    \n");
+    EXPECT_EQ(files.m_aGps[5], "    18" + leap);
+    ASSERT_EQ(files.m_aGlonass.size(), 5u + 2 * 4);
+    EXPECT_EQ(files.m_aGlonass[2], "GLUT  4.8828125000D-04 0.000000000D+00      0    0          TIME SYSTEM CORR    \n");
+    EXPECT_EQ(files.m_aGlonass[3], "    18" + leap);
+    ASSERT_EQ(files.m_aBeidou.size(), 7u + 2 * 8);
+    EXPECT_EQ(files.m_aBeidou[4], "BDUT " + DField(late.m_dA0, 10) + DField(late.m_dA1, 9) +
+                                      " 409600  187          TIME SYSTEM CORR    \n");
+    EXPECT_EQ(files.m_aBeidou[5], "     4" + leap);
+}
+
+// A GLONASS or BeiDou message joins the epoch of its second only: one that
+// comes before its second's GPS message is left out.
+TEST(ConvertLog, ObservationsOfASecondBeforeItsGpsMessageAreLeftOut)
+{
+    const SBin76Signal signal{true, 21000000.5, 110000000.5, 100.0, 20.0, 0, true};
+    const auto gps = [](double second) {
+        return MakeBin96Frame(2111, second, {SBin96Channel{5, 50, 0, true, -4096, 21000000.5, 1000.0}});
+    };
+    Bytes log = gps(100.0);
+    for (const Bytes& frame : {MakeBin66Frame(2111, 101.0, {{3, signal, {}}}),
+                               MakeBin36Frame(2111, 101.0, {0, 0, 1}, {{7, signal}}), gps(101.0),
+                               MakeBin66Frame(2111, 101.0, {{11, signal, {}}}),
+                               MakeBin36Frame(2111, 101.0, {0, 0, 1}, {{12, signal}})})
+        AppendBytes(log, frame);
+    CScratchDir dir;
+    dir.WriteFile("in.log", log);
+    ASSERT_EQ(RunObsforgeTool({"in.log", "obs"}, dir.Dir()).m_iExitStatus, 0);
+    const std::string obs = dir.ReadFile("obs");
+    const size_t first = obs.find("\n> 2020  6 21  0  1 40.0000000  0  1\nG05"), second = obs.find("\n> ", first + 1);
+    ASSERT_NE(first, std::string::npos) << obs;
+    EXPECT_EQ(obs.substr(second, 37), "\n> 2020  6 21  0  1 41.0000000  0  3\n") << obs;
+    for (const char* absent : {"\nR03", "\nC07"})
+        EXPECT_EQ(obs.find(absent), std::string::npos) << absent;
+}
+
+// Without an observation file the epochs are made all the same: the summary
+// counts them as a run with the file does, and the log's marker frames touch
+// no file.
+TEST(ConvertLog, EpochsAreCountedAsWrittenWithoutAnObservationFile)
+{
+    const std::string golden = std::string(GOLDEN_CASES_DIR) + "/damaged/";
+    const SToolRun run = RunObsforgeTool({golden + "input.log"});
+    ASSERT_EQ(run.m_iExitStatus, 0) << run.m_szStderr;
+    std::ifstream summary(golden + "expected/summary.txt");
+    int lines = 0;
+    for (std::string line; std::getline(summary, line);)
+        if (line.rfind("Observations Begin", 0) == 0 || line.find("Obs File") != std::string::npos ||
+            line.find("per Epoch") != std::string::npos)
+        {
+            EXPECT_NE(run.m_szStderr.find("\n" + line + "\n"), std::string::npos) << line;
+            ++lines;
+        }
+    EXPECT_EQ(lines, 4);
 }

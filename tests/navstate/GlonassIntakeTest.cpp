@@ -218,7 +218,7 @@ TEST_F(GlonassIntakeTest, CacheDropsRepeatsThatDifferOnlyInTkP1P3ChannelOrTime)
     }
 }
 
-TEST_F(GlonassIntakeTest, ChannelComesFromTheSlotsFirstAcceptedRecordAndOddSlotsIndexNothing)
+TEST_F(GlonassIntakeTest, ChannelComesFromTheSlotsFirstAcceptedRecordOnlyAndOddSlotsIndexNothing)
 {
     int16_t expected[kGlonassSlots];
     std::memcpy(expected, m_Run.m_Frequencies.m_aGlonassChannel, sizeof(expected));
@@ -243,6 +243,13 @@ TEST_F(GlonassIntakeTest, ChannelComesFromTheSlotsFirstAcceptedRecordAndOddSlots
     expected[4] = 14;
     EXPECT_EQ(std::memcmp(expected, m_Run.m_Frequencies.m_aGlonassChannel, sizeof(expected)), 0);
     EXPECT_EQ(m_Run.m_Frequencies.m_aGlonassWavelength[4][1], 299792458.0 / (6 * 437500.0 + 1.246e9));
+
+    // A later record of the slot that names another channel is taken, and
+    // the channel stays.
+    v.m_uTbMinutes += 30;
+    nav->OnBin65(MakeBin65Frame(5, 2, 1, EncodeGlonassStrings(v)).data());
+    EXPECT_EQ(nav->m_aGloPendingEphemeris[4].m_uStatus, kStatusStored);
+    EXPECT_EQ(std::memcmp(expected, m_Run.m_Frequencies.m_aGlonassChannel, sizeof(expected)), 0);
 }
 
 } // namespace

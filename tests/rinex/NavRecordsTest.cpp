@@ -115,13 +115,15 @@ protected:
         writer.WritePending();
     }
 
-    // Two passes of `writer` over this file, with the leap seconds at `first`
-    // for the first and at `second` for the second; the file's lines.
+    // Three passes of `writer` over this file: before the leap seconds are
+    // known, with them at `first`, and at `second`; the file's lines.
     template <typename Writer>
-    std::vector<std::string> TwoPassesAcrossLeapChange(Writer& writer, int32_t& leapSeconds, int32_t first,
-                                                       int32_t second)
+    std::vector<std::string> PassesAcrossLeapChange(Writer& writer, int32_t& leapSeconds, int32_t first,
+                                                    int32_t second)
     {
         writer.SetFile(m_pFile);
+        leapSeconds = 0;
+        Pass(writer);
         leapSeconds = first;
         Pass(writer);
         leapSeconds = second;
@@ -169,6 +171,9 @@ TEST_F(NavRecords, PassVisitsSatellites1To32InOrderWithOrWithoutAStreamAndARetur
     EXPECT_EQ(writer.m_uSatsWritten, 2u);
     EXPECT_EQ(writer.m_uRecordsWritten, 4u);
     EXPECT_EQ(s.m_aPendingEphemeris[32].m_uIode, 41u);
+    // No UTC data came: the lines reserved for them stay blank comments.
+    for (size_t reserved = 2; reserved < 6; ++reserved)
+        EXPECT_EQ(lines[reserved], std::string(60, ' ') + "COMMENT             \n") << reserved;
 }
 
 TEST_F(NavRecords, LeapSecondsAreTheBin94CountBeforeTheLogTimeAndTheFirstBin94Stands)
@@ -276,7 +281,9 @@ TEST(NavRecordsFit, GpsFitIntervalFollowsFlagIodeAndIodc)
     }
 }
 
-TEST_F(NavRecords, GlonassFrequencyGoesByNOfString4ElseByTheRowAndTheLeapSecondsAreFilledOnce)
+// The leap seconds that come after the header fill its line then, and only once;
+// the GLUT line shows tau c of the first record written.
+TEST_F(NavRecords, GlonassFrequencyGoesByNOfString4ElseByTheRowAndHeaderLinesAreFilledOnce)
 {
     int16_t(&channel)[kGlonassSlots] = Nav().m_GlonassFrequencies.m_aGlonassChannel;
     channel[0] = 10; // slot 1: +2
@@ -284,13 +291,16 @@ TEST_F(NavRecords, GlonassFrequencyGoesByNOfString4ElseByTheRowAndTheLeapSeconds
     channel[3] = 14; // slot 4: +6
     SGlonassEphemeris r{};
     r.m_uStatus = kStatusStored, r.m_uN4 = 7, r.m_uNt = 100, r.m_uTb = r.m_uTbMinutes = 735, r.m_uSlot = 4;
+    r.m_dTauC = 0x1p-12;
     Nav().m_Glonass.m_aGloEphemeris[2] = r; // row of slot 3, strings of slot 4
     r.m_uSlot = 0;                          // n out of range: the row's channel
+    r.m_dTauC = 0x1p-11;
     Nav().m_Glonass.m_aGloEphemeris[0] = r;
 
     CWriteRinexGlonassNav writer(Nav().m_Glonass, Utc(), Nav().m_GlonassFrequencies);
-    const std::vector<std::string> lines = TwoPassesAcrossLeapChange(writer, Utc().m_iGpsLeapSeconds, 18, 19);
+    const std::vector<std::string> lines = PassesAcrossLeapChange(writer, Utc().m_iGpsLeapSeconds, 18, 19);
     ASSERT_EQ(lines.size(), 5u + 2 * 4);
+    EXPECT_EQ(lines[2], "GLUT -4.8828125000D-04 0.000000000D+00      0    0          TIME SYSTEM CORR    \n");
     EXPECT_EQ(lines[3], "    18                                                      LEAP SECONDS        \n");
     EXPECT_EQ(lines[5].substr(0, 3) + FieldOf(lines[7], 3), "R01" + DField(2.0, 12));
     EXPECT_EQ(lines[9].substr(0, 3) + FieldOf(lines[11], 3), "R03" + DField(6.0, 12));
@@ -358,7 +368,7 @@ TEST_F(NavRecords, BeidouPassReachesSatellite63AndFillsTheLeapSecondsOnce)
     Nav().m_Beidou.m_aEphemeris[6] = GpsRecord(36);
     Nav().m_Beidou.m_aEphemeris[62] = GpsRecord(36);
     CWriteRinexBeiDouNav writer(Nav().m_Beidou, Utc());
-    const std::vector<std::string> lines = TwoPassesAcrossLeapChange(writer, Utc().m_iBeidouLeapSeconds, 4, 5);
+    const std::vector<std::string> lines = PassesAcrossLeapChange(writer, Utc().m_iBeidouLeapSeconds, 4, 5);
     ASSERT_EQ(lines.size(), 7u + 16);
     EXPECT_EQ(lines[7].substr(0, 23), "C07 2020 06 21 04 59 46");
     EXPECT_EQ(lines[15].substr(0, 23), "C63 2020 06 21 04 59 46");
