@@ -21,11 +21,13 @@ test: build
 	ctest --test-dir $(BUILD) --output-on-failure -j $(JOBS)
 
 # The expected files of the golden whole runs (tests/golden/, and the
-# sample's in examples/expected/) written again with the current build: each
+# sample's in examples/expected/) and of the sample's quality report
+# (examples/expected-qc/) written again with the current build: each
 # changed file is shown as a unified diff, then written on a yes, or at once
 # with WRITE=1.
 golden: build
 	tests/golden/golden.sh regenerate $(if $(WRITE),--write) ./$(BUILD)/obsforge tests/golden/*/
+	tests/qc/golden_report.sh regenerate $(if $(WRITE),--write) ./$(BUILD)/obsforge-qc
 
 # Every test again, built with AddressSanitizer and UndefinedBehaviorSanitizer.
 sanitize:
