@@ -330,7 +330,7 @@ TEST(ConvertLog, UtcLinesOfTheNavigationHeadersAreFilledInPlaceWhateverTheOrderO
     AppendBytes(log, MakeBin95Frame(g05));
     AppendBytes(log, MakeBin94Frame(utc));
     AppendBytes(log, MakeBin34Frame(late));
-    ++g05.m_uIode, ++g05.m_uIodc, ++c11.m_uToe;
+    ++g05.m_uIode, ++g05.m_uIodc, c11.m_uToc = c11.m_uToe = 442800 / 8;
     r03.m_uTbMinutes += 30, r03.m_dTauC = -0x1p-12;
     for (const Bytes& frame : {MakeBin95Frame(g05), MakeBin65Frame(r03), MakeBin35DecodedFrame(c11, 4)})
         AppendBytes(log, frame);
