@@ -40,7 +40,9 @@ SPackedRecord ChannelWords(const uint8_t* frame, uint32_t n)
 }
 } // namespace
 
-void DecodeBin36Slot(SObsSlot& slot, const uint8_t* frame, CBeidouNavState& beidou, const SMaskRule& mask)
+// Runs for every observation of the log: everything it calls is inlined
+// into it.
+[[gnu::flatten]] void DecodeBin36Slot(SObsSlot& slot, const uint8_t* frame, CBeidouNavState& beidou, const SMaskRule& mask)
 {
     // Only the message's 20 channels and the three bands exist.
     const uint32_t n = slot.m_uChannel;

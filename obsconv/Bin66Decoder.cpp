@@ -32,7 +32,9 @@ SPackedRecord ChannelWords(const uint8_t* frame, uint32_t n, uint32_t signal)
 }
 } // namespace
 
-void DecodeBin66Slot(SObsSlot& slot, const uint8_t* frame, CGlonassNavState& glonass,
+// Runs for every observation of the log: everything it calls is inlined
+// into it.
+[[gnu::flatten]] void DecodeBin66Slot(SObsSlot& slot, const uint8_t* frame, CGlonassNavState& glonass,
                      const CGlonassFrequencies& frequencies, const SMaskRule& mask)
 {
     // Only the message's 12 channels exist, and only GLONASS L1 and L2 live here.

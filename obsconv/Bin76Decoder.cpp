@@ -59,7 +59,9 @@ uint32_t NumberSent(const SPackedRecord& words, uint32_t signal)
 }
 } // namespace
 
-void DecodeBin76Slot(SObsSlot& slot, const uint8_t* frame, CGpsNavState& gps, const SMaskRule& mask)
+// Runs for every observation of the log: everything it calls is inlined
+// into it.
+[[gnu::flatten]] void DecodeBin76Slot(SObsSlot& slot, const uint8_t* frame, CGpsNavState& gps, const SMaskRule& mask)
 {
     // Only the message's channels, and only the three GPS signals live here.
     const uint32_t n = slot.m_uChannel;

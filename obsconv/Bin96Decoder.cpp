@@ -44,7 +44,9 @@ uint32_t RecordWord0(const uint8_t* frame, uint32_t n)
 }
 } // namespace
 
-void DecodeBin96Slot(SObsSlot& slot, const uint8_t* frame, CGpsNavState& gps, const SMaskRule& mask)
+// Runs for every observation of the log: everything it calls is inlined
+// into it.
+[[gnu::flatten]] void DecodeBin96Slot(SObsSlot& slot, const uint8_t* frame, CGpsNavState& gps, const SMaskRule& mask)
 {
     // Only the 12 records of the message exist; any other channel is never read.
     if (slot.m_uChannel >= kChannelsPerMessage)

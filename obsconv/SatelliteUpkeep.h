@@ -18,13 +18,6 @@ struct SMaskRule
     bool Acts() const { return m_bElevationMask && m_bHaveLocation; }
 };
 
-// The navigation state's upkeep for one decoded observation, on the table of
-// the satellite's system: the age of its ephemeris is evaluated again, a
-// record that arrived since the last epoch comes into use, and a usable
-// record gives a fresh elevation when the elevation mask acts. Then decides
-// whether the mask leaves the slot out of the observation file.
-void KeepSatelliteUp(CGpsNavState& table, uint32_t prn, SObsSlot& slot, const SMaskRule& mask);
-
 // `prn` when the table has a row for it among its first `rows`, else 0: a
 // number the table can't place leaves the channel empty for this message. The
 // look-up also registers numbers above 32 in the extended rows.
@@ -35,3 +28,34 @@ uint32_t PrnWithRow(CGpsNavState& table, uint32_t prn, uint32_t rows);
 // left out below the mask, and one without (its elevation is not known) is
 // left out unless -B is given. Without -E nothing is left out.
 bool LeftOutByMask(bool usable, double elevation, const SMaskRule& mask);
+
+// The navigation state's upkeep for one decoded observation, on the table of
+// the satellite's system: the age of its ephemeris is evaluated again, a
+// record that arrived since the last epoch comes into use, and a usable
+// record gives a fresh elevation when the elevation mask acts. Then decides
+// whether the mask leaves the slot out of the observation file.
+//
+// It runs for every observation of the log. Each decoder passes the table of
+// its own system as that system's class, and the table's calls are made on
+// that class by name: resolved when the program is built, they can be
+// inlined into the decoder.
+template <class Table>
+void KeepSatelliteUp(Table& table, uint32_t prn, SObsSlot& slot, const SMaskRule& mask)
+{
+    table.Table::UpdateEphemerisAge(prn);
+    const bool usable = table.Table::ActivateEphemeris(prn);
+    // The elevation serves the mask alone: without it the orbit isn't
+    // computed for every observation.
+    if (!mask.Acts())
+    {
+        slot.m_bMasked = 0;
+        return;
+    }
+    slot.m_bUsable = usable ? 1 : 0;
+    if (usable)
+        table.Table::UpdateElevation(prn, true);
+
+    uint32_t row = 0;
+    const double elevation = table.RowOfPRN(prn, row) ? table.m_adElevation[row] : 0.0;
+    slot.m_bMasked = LeftOutByMask(usable, elevation, mask) ? 1 : 0;
+}

@@ -158,7 +158,7 @@ size_t FormatF12_6(double value, char* dst, size_t size)
 
 bool SecondsShowAsSixty(double seconds)
 {
-    char text[kTextSize];
+    char text[kMinFastDestination];
     FormatF11_7(seconds, text, sizeof(text));
     return std::strcmp(text, " 60.0000000") == 0;
 }
