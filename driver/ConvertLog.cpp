@@ -84,13 +84,7 @@ CConversion::CConversion()
       m_GpsNavWriter(m_Navigation.m_Gps, m_Navigation.m_Utc),
       m_GlonassNavWriter(m_Navigation.m_Glonass, m_Navigation.m_Utc, m_Navigation.m_GlonassFrequencies),
       m_BeidouNavWriter(m_Navigation.m_Beidou, m_Navigation.m_Utc),
-      m_Intake{m_Slots,
-               m_Assembly,
-               m_Navigation.m_Gps,
-               m_Navigation.m_Glonass,
-               m_Navigation.m_Beidou,
-               m_Navigation.m_GlonassFrequencies,
-               m_Mask},
+      m_Intake(SObsIntake::Of(m_Slots, m_Assembly, m_Navigation, m_Mask)),
       m_Decoding(m_LogTime, m_Navigation, m_Intake, *this)
 {
 }

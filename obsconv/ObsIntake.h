@@ -2,6 +2,7 @@
 
 #include "navstate/GlonassFrequencies.h"
 #include "navstate/NavState.h"
+#include "navstate/Navigation.h"
 #include "obsconv/EpochAssembly.h"
 #include "obsconv/ObsSlots.h"
 #include "obsconv/SatelliteUpkeep.h"
@@ -19,4 +20,16 @@ struct SObsIntake
     CBeidouNavState& m_Beidou;
     const CGlonassFrequencies& m_Frequencies;
     const SMaskRule& m_Mask;
+
+    // The intake of a run whose navigation state is `navigation`.
+    static SObsIntake Of(SObsSlots& slots, CEpochAssembly& assembly, CNavigation& navigation, const SMaskRule& mask)
+    {
+        return SObsIntake{slots,
+                          assembly,
+                          navigation.m_Gps,
+                          navigation.m_Glonass,
+                          navigation.m_Beidou,
+                          navigation.m_GlonassFrequencies,
+                          mask};
+    }
 };

@@ -29,13 +29,7 @@ protected:
     {
         explicit CRun(CObsconvTest& test)
             : m_Assembly(test.m_LogTime, test.m_Navigation.m_Gps, test.m_Navigation.m_Beidou),
-              m_Intake{m_Slots,
-                       m_Assembly,
-                       test.m_Navigation.m_Gps,
-                       test.m_Navigation.m_Glonass,
-                       test.m_Navigation.m_Beidou,
-                       test.m_Navigation.m_GlonassFrequencies,
-                       test.m_Mask}
+              m_Intake(SObsIntake::Of(m_Slots, m_Assembly, test.m_Navigation, test.m_Mask))
         {
         }
         SObsSlots m_Slots;

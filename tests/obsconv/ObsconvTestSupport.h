@@ -20,8 +20,7 @@ public:
     CObsconvTest()
         : m_Navigation(m_LogTime),
           m_Assembly(m_LogTime, m_Navigation.m_Gps, m_Navigation.m_Beidou),
-          m_Intake{m_Slots, m_Assembly, m_Navigation.m_Gps, m_Navigation.m_Glonass, m_Navigation.m_Beidou,
-                   m_Navigation.m_GlonassFrequencies, m_Mask}
+          m_Intake(SObsIntake::Of(m_Slots, m_Assembly, m_Navigation, m_Mask))
     {
         m_Assembly.SetRun(1.0, false, false, &m_Epochs);
     }
