@@ -292,26 +292,32 @@ void PrintHelp(std::FILE* stream)
     }
 }
 
-int RunObsforge(int argc, const char* const* argv)
+int RunProgram(const char* program, int argc, const char* const* argv, void (*printHelp)(std::FILE*),
+               int (*run)(const SCommandLine&))
 {
     try
     {
         const SCommandLine line = SplitCommandLine(argc, argv);
         if (line.m_bHelp)
         {
-            PrintHelp(stdout);
+            printHelp(stdout);
             return kExitComplete;
         }
         if (line.m_bVersion)
         {
-            std::printf("obsforge %s\n", kObsforgeVersion);
+            std::printf("%s %s\n", program, kObsforgeVersion);
             return kExitComplete;
         }
-        return RunChecked(line);
+        return run(line);
     }
     catch (const std::bad_alloc&)
     {
-        std::fputs("obsforge: out of memory\n", stderr);
+        std::fprintf(stderr, "%s: out of memory\n", program);
         return kExitOutOfMemory;
     }
+}
+
+int RunObsforge(int argc, const char* const* argv)
+{
+    return RunProgram("obsforge", argc, argv, PrintHelp, RunChecked);
 }

@@ -2,6 +2,8 @@
 
 #include <cstdio>
 
+#include "driver/Arguments.h"
+
 // The tool's version, shown by --version and in the help text.
 constexpr const char* kObsforgeVersion = "3.2.3";
 
@@ -23,3 +25,9 @@ void PrintHelp(std::FILE* stream);
 // at its place, outputs emptied in turn), then the conversion or the help,
 // and the closing. Returns the exit status.
 int RunObsforge(int argc, const char* const* argv);
+
+// The front of each program of the package: --help and --version answered
+// on the standard output with status 0, a run out of memory told as
+// "<program>: out of memory" with status 1; otherwise `run` decides.
+int RunProgram(const char* program, int argc, const char* const* argv, void (*printHelp)(std::FILE*),
+               int (*run)(const SCommandLine&));

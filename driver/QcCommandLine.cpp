@@ -370,24 +370,5 @@ void PrintQcHelp(std::FILE* stream)
 
 int RunObsforgeQc(int argc, const char* const* argv)
 {
-    try
-    {
-        const SCommandLine line = SplitCommandLine(argc, argv);
-        if (line.m_bHelp)
-        {
-            PrintQcHelp(stdout);
-            return kExitComplete;
-        }
-        if (line.m_bVersion)
-        {
-            std::printf("obsforge-qc %s\n", kObsforgeVersion);
-            return kExitComplete;
-        }
-        return RunChecked(line);
-    }
-    catch (const std::bad_alloc&)
-    {
-        std::fputs("obsforge-qc: out of memory\n", stderr);
-        return kExitOutOfMemory;
-    }
+    return RunProgram("obsforge-qc", argc, argv, PrintQcHelp, RunChecked);
 }
