@@ -23,9 +23,6 @@ constexpr int64_t kSyncIntervalMs = 1000;
 // Progress is shown whenever the message count rests on a multiple of this.
 constexpr uint32_t kProgressStep = 100;
 
-// A sentence is handled only when it fits this buffer with its terminator.
-constexpr uint32_t kSentenceBufferSize = 200;
-
 // Site frames of this class carry the marker events.
 constexpr uint8_t kSiteClassMarker = 1;
 constexpr uint32_t kSiteNameOffset = 6;
@@ -170,12 +167,9 @@ void CConversion::DispatchSiteFrame(const uint8_t* frame, uint32_t length)
 
 void CConversion::DispatchSentence(const uint8_t* frame, uint32_t length)
 {
-    if (length + 1 >= kSentenceBufferSize)
-        return;
-    char line[kSentenceBufferSize];
-    std::memcpy(line, frame, length);
-    line[length] = '\0';
-    HandleSentence(line, m_ObsWriter, m_SiteNotes);
+    SSentenceText text;
+    if (SentenceText(frame, length, text))
+        HandleSentence(text.m_szText, m_ObsWriter, m_SiteNotes);
 }
 
 // Looks at every output still written; a failed one is given up, so the

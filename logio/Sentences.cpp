@@ -102,3 +102,12 @@ bool PositionOfGga(const char* const fields[], uint32_t count, double llh[3])
         llh[2] = std::atof(fields[kGgaGeoidHeight]) + std::atof(fields[kGgaGeoidSeparation]);
     return true;
 }
+
+bool SentenceText(const uint8_t* frame, uint32_t length, SSentenceText& text)
+{
+    if (length + 1 >= kSentenceBufferSize)
+        return false;
+    std::memcpy(text.m_szText, frame, length);
+    text.m_szText[length] = '\0';
+    return true;
+}

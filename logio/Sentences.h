@@ -8,6 +8,18 @@
 // Both readers of sentences look at no more than this many fields.
 constexpr uint32_t kSentenceFields = 20;
 
+// A sentence is looked at only when it fits a text of this size with its
+// terminator.
+constexpr uint32_t kSentenceBufferSize = 200;
+struct SSentenceText
+{
+    char m_szText[kSentenceBufferSize];
+};
+
+// The sentence of a frame as a terminated text in `text`; false, and nothing
+// copied, for a sentence too long to be looked at.
+bool SentenceText(const uint8_t* frame, uint32_t length, SSentenceText& text);
+
 // Splits `line` in place at commas and at its line end, and fills all
 // `maxFields` slots of `fields`; slots behind the last field point at an empty
 // text. Returns the number of fields found. A field runs from its first

@@ -12,8 +12,6 @@ namespace
 {
 // Progress is told about every this many bytes.
 constexpr uint64_t kProgressBytes = 1u << 22;
-// A sentence is looked at only when it fits this buffer with its terminator.
-constexpr uint32_t kSentenceBufferSize = 200;
 constexpr uint32_t kGgaFixQuality = 6;
 } // namespace
 
@@ -35,11 +33,10 @@ CQcLogPass::CQcLogPass(const SQcOptions& report, const SQcConversionSettings& se
 
 void CQcLogPass::NoteSentence(const uint8_t* frame, uint32_t length)
 {
-    if (length + 1 >= kSentenceBufferSize)
+    SSentenceText text;
+    if (!SentenceText(frame, length, text))
         return;
-    char line[kSentenceBufferSize];
-    std::memcpy(line, frame, length);
-    line[length] = '\0';
+    char* line = text.m_szText;
     const char* fields[kSentenceFields];
     const uint32_t count = SplitFields(line, fields, kSentenceFields);
     double llh[3];
