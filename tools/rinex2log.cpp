@@ -5,7 +5,8 @@
 // an epoch (ObservationMessages), the ephemerides and the ionosphere and UTC
 // data (NavigationMessages), the site sentences, site frame and positions
 // (SiteRecords), the order of the messages (MessageOrder), the damage of -d
-// (LogBuilder) and the summary of the run (Summary).
+// (LogBuilder), the whole run short of the files (BuildLog) and the summary
+// of the run (Summary).
 //
 // Input names ending in ".gz" are read through "gzip -dc"; anything else is
 // read as plain text.
@@ -26,16 +27,10 @@
 // which is how a receiver reports a code-only measurement.
 #include <cstdio>
 #include <optional>
-#include <sstream>
 #include <string>
-#include <vector>
 
 #include "logbuild/Files.h"
-#include "logbuild/RinexNavReader.h"
-#include "logbuild/RinexObsReader.h"
-#include "logbuild/fromrinex/LogBuilder.h"
-#include "logbuild/fromrinex/MessageOrder.h"
-#include "logbuild/fromrinex/NavigationMessages.h"
+#include "logbuild/fromrinex/BuildLog.h"
 #include "logbuild/fromrinex/Options.h"
 #include "logbuild/fromrinex/Summary.h"
 #include "logbuild/fromrinex/WeekTime.h"
@@ -63,62 +58,20 @@ int main(int argc, char** argv)
     const std::optional<std::string> obsText = LoadText(options.m_szObs);
     if (!obsText)
         return Fail("can't read " + options.m_szObs);
-    std::istringstream obsStream(*obsText);
-    CRinexObsReader obsReader(obsStream);
-    if (!obsReader.ReadHeader())
-        return Fail(options.m_szObs + ": " + obsReader.Error());
-    const SRinexObsHeader& obsHeader = obsReader.Header();
-    if (obsHeader.m_szTimeSystem != "GPS")
-        return Fail(options.m_szObs + ": epochs in " + obsHeader.m_szTimeSystem + " time; only GPS time is supported");
-    std::vector<SRinexObsEpoch> epochs;
-    for (SRinexObsEpoch epoch; obsReader.NextEpoch(epoch);)
-        epochs.push_back(std::move(epoch));
-    if (!obsReader.Error().empty())
-        return Fail(options.m_szObs + ": " + obsReader.Error());
-    if (epochs.empty())
-        return Fail(options.m_szObs + ": no observation epochs");
-    const double firstEpoch = GpsWeekTime(epochs.front().m_Time).Total();
-
     const std::optional<std::string> navText = LoadText(options.m_szNav);
     if (!navText)
         return Fail("can't read " + options.m_szNav);
-    std::istringstream navStream(*navText);
-    CRinexNavReader navReader(navStream);
-    if (!navReader.ReadHeader())
-        return Fail(options.m_szNav + ": " + navReader.Error());
-    SRinexNavHeader navHeader = navReader.Header();
-    if (options.m_BeidouUtc)
-        navHeader.m_TimeCorrections["BDUT"] = *options.m_BeidouUtc;
-    int leapSeconds = navHeader.m_Leap.m_iDeltaLs;
-    if (!navHeader.m_Leap.m_bPresent)
-    {
-        leapSeconds = kDefaultLeapSeconds;
-        std::fprintf(stderr, "rinex2log: no LEAP SECONDS line; GLONASS times use %d s\n", leapSeconds);
-    }
-    StatsBySystem stats;
-    std::vector<SNavEvent> events = ReadEphemerides(navReader, leapSeconds, stats);
-    if (!navReader.Error().empty())
-        return Fail(options.m_szNav + ": " + navReader.Error());
+    std::string error;
+    const std::optional<SBuiltLog> built = BuildLog(options, *obsText, *navText, error);
+    if (!built)
+        return Fail(error);
+    if (built->m_bLeapSecondsAssumed)
+        std::fprintf(stderr, "rinex2log: no LEAP SECONDS line; GLONASS times use %d s\n", kDefaultLeapSeconds);
 
-    CLogBuilder log(options.m_bDamage, options.m_uSeed);
-    SendPreamble(log, options, obsHeader, navHeader);
-    CEpochSender sender(options, obsHeader, OrderEphemerides(std::move(events), firstEpoch), leapSeconds, log, stats);
-    size_t epochsSent = 0;
-    double lastEpoch = firstEpoch;
-    for (const SRinexObsEpoch& epoch : epochs)
-    {
-        const double time = GpsWeekTime(epoch.m_Time).Total();
-        if (options.m_dSpan > 0.0 && time - firstEpoch >= options.m_dSpan)
-            break;
-        sender.Send(epoch);
-        lastEpoch = time;
-        ++epochsSent;
-    }
-
-    if (!WriteBytes(options.m_szLog, log.Log()))
+    if (!WriteBytes(options.m_szLog, built->m_Log.Log()))
         return Fail("can't write " + options.m_szLog);
 
-    PrintSummary(log, stats, epochsSent, epochs.size(), lastEpoch - firstEpoch, options.m_bDamage,
-                 navHeader.m_TimeCorrections.count("BDUT") != 0);
+    PrintSummary(built->m_Log, built->m_Stats, built->m_uEpochsSent, built->m_uEpochsIn, built->m_dSpanSent,
+                 options.m_bDamage, built->m_bHaveBdut);
     return 0;
 }

@@ -30,13 +30,10 @@ inline const SQcStationData& StationData()
 }
 
 // The report of `data` with the station's geometry.
-inline SQcReport ReportOf(const SQcFeedData& data, const SQcOptions& options = SQcOptions{},
-                          void (*extra)(CQcAnalysis&) = nullptr)
+inline SQcReport ReportOf(const SQcFeedData& data, const SQcOptions& options = SQcOptions{})
 {
     CRinexGeometry geometry = StationData().m_Geometry;
     CQcAnalysis analysis(options, &geometry);
-    if (extra != nullptr)
-        extra(analysis);
     FeedAnalysis(analysis, data, StationData().m_aArrivals);
     SQcReport report;
     analysis.BuildReport(report);
