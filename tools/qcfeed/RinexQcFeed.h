@@ -12,9 +12,10 @@
 // Feeds the quality report from RINEX files instead of a log: the
 // observations of a RINEX 3 observation file as the plain records a log
 // reader gives (with the signals the log's messages carry), and satellite
-// geometry from the broadcast records of a navigation file. The tests build
-// their series from real station data this way, with faults injected at
-// known places, and rinex2qc renders reports from it.
+// geometry from the broadcast records of a navigation file. The report's
+// tests of multipath, position and the page read real station data this way
+// (the fault tests go through logs built from the same data), and rinex2qc
+// renders reports from it.
 
 struct SQcFeedEpoch
 {
