@@ -123,17 +123,21 @@ void WriteJsonReport(std::ostream& out, const SQcReport& r)
     });
     out << "},\n";
 
-    auto dropRow = [&](const SQcDropRow& d) {
-        out << "\n {\"sat\":" << Str(SatelliteName(d.m_uSystem, d.m_uNumber)) << ",\"signal\":"
-            << Str(d.m_uSignal < kQcSignalCount ? kQcSignals[d.m_uSignal].m_szLabel : "?") << ",\"in_log\":" << d.m_uInLog;
+    // The totals are no satellite's and no signal's: their two names are null.
+    auto dropRow = [&](const SQcDropRow& d, bool totals) {
+        out << "\n {\"sat\":" << (totals ? "null" : Str(SatelliteName(d.m_uSystem, d.m_uNumber))) << ",\"signal\":"
+            << (totals                        ? "null"
+                : d.m_uSignal < kQcSignalCount ? Str(kQcSignals[d.m_uSignal].m_szLabel)
+                                               : Str("?"))
+            << ",\"in_log\":" << d.m_uInLog;
         for (uint32_t reason = 0; reason < kQcDropReasonCount; ++reason)
             out << "," << Str(DropReasonName(reason)) << ":" << d.m_auCount[reason];
         out << ",\"file_count\":" << (d.m_bHaveFileCount ? std::to_string(d.m_uFileCount) : "null") << "}";
     };
     out << "\"drops\":{\"rows\":";
-    Array(out, r.m_aDrops, dropRow);
+    Array(out, r.m_aDrops, [&](const SQcDropRow& d) { dropRow(d, false); });
     out << ",\n\"totals\":";
-    dropRow(r.m_DropTotals);
+    dropRow(r.m_DropTotals, true);
     out << ",\"add_up\":" << Bool(r.m_bDropsAddUp) << ",\"rows_checked\":" << r.m_uDropRowsChecked << "},\n";
 
     out << "\"signals\":";

@@ -105,6 +105,13 @@ void CQcLogFeed::OnObservation(const SObsSlot& slot, ESystem system, uint32_t ba
     if (!m_aPending.empty() && (now.m_dSeconds != m_timePending.m_dSeconds || now.m_uWeek != m_timePending.m_uWeek))
         HandOn();
     m_timePending = now;
+    // Records that came before the log had a time arrive with its first one.
+    for (uint32_t system = 0; system < kNavSystems; ++system)
+        if (m_abNavBeforeTime[system] && now.m_uWeek != 0)
+        {
+            m_abNavBeforeTime[system] = false;
+            OnNavigationPass(static_cast<ESystem>(system));
+        }
 
     const uint32_t number = fate == eFateNoRow ? slot.m_uNumberInMessage : slot.m_uPRN;
     SPending pending{Observation(slot, system, band, number), system, slot.m_uSignal, band, row,
@@ -130,7 +137,11 @@ void CQcLogFeed::OnEpochFinished(const SObsEpoch& epoch, bool handed)
             drop = eQcDropNoGoodLock; // its own lock, or its satellite's first signal's
         p.m_bEntered = false;
     }
-    HandOn();
+    // An epoch that -N leaves out is finished again at each of its messages
+    // (the assembly still holds the last written epoch's time): its
+    // observations go on together when the next epoch begins.
+    if (handed)
+        HandOn();
 }
 
 void CQcLogFeed::HandOn()
@@ -185,6 +196,11 @@ void CQcLogFeed::OnMessageLeftOut(const uint8_t* frame, uint16_t number, EMessag
 void CQcLogFeed::OnNavigationPass(ESystem system)
 {
     const GpsTime& now = m_LogTime.Now();
+    if (now.m_uWeek == 0)
+    {
+        m_abNavBeforeTime[system] = true;
+        return;
+    }
     if (system == eSystemGlonass)
     {
         for (uint32_t slot = 1; slot <= kGlonassSlots; ++slot)

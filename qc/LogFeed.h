@@ -49,5 +49,8 @@ private:
     GpsTime m_timePending{};
     // The issue of the record last seen in use, per system and number.
     static constexpr uint32_t kNoIssue = 0xFFFFFFFFu;
-    uint32_t m_auIssue[3][kMaxSatRows];
+    static constexpr uint32_t kNavSystems = 3;
+    uint32_t m_auIssue[kNavSystems][kMaxSatRows];
+    // A navigation pass came while the log had no time yet.
+    bool m_abNavBeforeTime[kNavSystems] = {};
 };

@@ -153,5 +153,18 @@ TEST(QcLogReport, WrittenObservationsAreThoseOfTheConvertersFileAndEveryOtherHas
         const std::map<SatCode, uint64_t> inFile = CodesInFile(obs);
         ASSERT_FALSE(inFile.empty());
         EXPECT_EQ(report.m_Written, inFile);
+
+        // Every epoch of the log once, in time order, whatever -N leaves out of the file.
+        const std::string json = out.ReadFile("report.json");
+        const std::string stderrText = ReadWhole(dir + "/expected/stderr");
+        const size_t found = stderrText.rfind("\tObservation Epochs Found In File");
+        ASSERT_NE(found, std::string::npos);
+        const std::string epochs = stderrText.substr(stderrText.rfind('\n', found) + 1, found - stderrText.rfind('\n', found) - 1);
+        const size_t inventory = json.find("\"inventory\":");
+        const std::string expected = "\"epochs\":" + epochs + ",";
+        EXPECT_EQ(json.substr(json.find("\"epochs\":", inventory), expected.size()), expected);
+        EXPECT_NE(json.find("\"backward_steps\":0,", inventory), std::string::npos);
+        // Records read before the first epoch arrive with the log's first time, not at time 0.
+        EXPECT_EQ(json.find("1980-01-06"), std::string::npos);
     }
 }
