@@ -169,9 +169,11 @@ for log in "$LOG" station.log; do
     C=$(awk '{ print $1 }' qc_conv.txt | median)
     Q=$(awk '{ print $1 }' qc.txt | median)
     M=$(awk '{ print $2 }' qc.txt | median)
-    awk -v log="$log" -v c="$C" -v q="$Q" -v m="$M" 'BEGIN {
-        printf "report %-11s %.3f s against conversion %.3f s: %.2f x   target at most 2: %s\n", log, q, c, q / c,
-            q / c <= 2 ? "met" : "MISSED"
+    # The time target is the 24-hour log's; two hours of station data show
+    # the report's fixed cost (the page, the JSON) beside a short conversion.
+    awk -v name="$(basename "$log")" -v c="$C" -v q="$Q" -v m="$M" -v bench="$([[ $log == "$LOG" ]] && echo 1)" 'BEGIN {
+        printf "report %-11s %.3f s against conversion %.3f s: %.2f x", name, q, c, q / c
+        if (bench) printf "   target at most 2: %s\n", q / c <= 2 ? "met" : "MISSED"; else printf "\n"
         printf "report memory  %.1f MiB (%d KiB)   target below 64 MiB: %s\n", m / 1024, m, m < 65536 ? "met" : "MISSED"
     }'
 done
