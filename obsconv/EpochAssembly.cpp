@@ -28,11 +28,14 @@ constexpr double kStrengthThresholdsOther[3] = {-3.0, 10.0, 20.0};
 
 // The table row of a satellite number in `state`; false when it has none
 // within the `rows` rows of the epoch table it goes to.
-bool TableRow(CGpsNavState& state, uint32_t prn, uint32_t rows, uint32_t& row)
+// The table is passed as its own system's class (GLONASS rows follow the GPS
+// numbering), so the look-up is resolved when the program is built.
+template <class Table>
+bool TableRow(Table& state, uint32_t prn, uint32_t rows, uint32_t& row)
 {
     if (prn == 0)
         return false; // an empty channel, the most common case: no look-up
-    const int32_t index = state.SatIndexFromPRN(static_cast<int32_t>(prn));
+    const int32_t index = state.Table::SatIndexFromPRN(static_cast<int32_t>(prn));
     if (index < 0 || index >= static_cast<int32_t>(rows))
         return false;
     row = static_cast<uint32_t>(index);
@@ -131,7 +134,8 @@ void CEpochAssembly::NoRow(const SObsSlot& slot, ESystem system, uint32_t band)
         m_pListener->OnObservation(slot, system, band, 0, eFateNoRow);
 }
 
-void CEpochAssembly::AddGpsL1Slot(const SObsSlot& slot)
+// The adders run for every observation: what they call is inlined into them.
+[[gnu::flatten]] void CEpochAssembly::AddGpsL1Slot(const SObsSlot& slot)
 {
     uint32_t row = 0;
     if (!TableRow(m_Gps, slot.m_uPRN, kSatRows, row))
@@ -140,7 +144,7 @@ void CEpochAssembly::AddGpsL1Slot(const SObsSlot& slot)
     AddToEntry(m_Epoch.m_aGpsL1[row], slot, m_Gps, row, eSystemGps);
 }
 
-void CEpochAssembly::AddGpsSlots(const SObsSlot& l1, const SObsSlot& l2, const SObsSlot& p)
+[[gnu::flatten]] void CEpochAssembly::AddGpsSlots(const SObsSlot& l1, const SObsSlot& l2, const SObsSlot& p)
 {
     // The columns follow the message kind, not its contents.
     m_Epoch.m_bSeenL2 = 1;
@@ -162,7 +166,7 @@ void CEpochAssembly::AddGpsSlots(const SObsSlot& l1, const SObsSlot& l2, const S
         NoRow(p, eSystemGps);
 }
 
-void CEpochAssembly::AddGloSlots(const SObsSlot& l1, const SObsSlot& l2)
+[[gnu::flatten]] void CEpochAssembly::AddGloSlots(const SObsSlot& l1, const SObsSlot& l2)
 {
     m_Epoch.m_bSeenGlonass = 1;
     m_Epoch.m_bSeenL2 = 1;
@@ -186,7 +190,7 @@ void CEpochAssembly::AddGloSlots(const SObsSlot& l1, const SObsSlot& l2)
         NoRow(l2, eSystemGlonass);
 }
 
-void CEpochAssembly::AddBdsSlot(const SObsSlot& slot, bool lastPacket, uint32_t band)
+[[gnu::flatten]] void CEpochAssembly::AddBdsSlot(const SObsSlot& slot, bool lastPacket, uint32_t band)
 {
     if (band >= kBdsBands)
         return;

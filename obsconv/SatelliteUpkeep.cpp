@@ -1,11 +1,5 @@
 #include "obsconv/SatelliteUpkeep.h"
 
-uint32_t PrnWithRow(CGpsNavState& table, uint32_t prn, uint32_t rows)
-{
-    const int32_t row = table.SatIndexFromPRN(static_cast<int32_t>(prn));
-    return row >= 0 && row < static_cast<int32_t>(rows) ? prn : 0;
-}
-
 bool LeftOutByMask(bool usable, double elevation, const SMaskRule& mask)
 {
     if (!mask.Acts())

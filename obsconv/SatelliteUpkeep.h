@@ -20,8 +20,14 @@ struct SMaskRule
 
 // `prn` when the table has a row for it among its first `rows`, else 0: a
 // number the table can't place leaves the channel empty for this message. The
-// look-up also registers numbers above 32 in the extended rows.
-uint32_t PrnWithRow(CGpsNavState& table, uint32_t prn, uint32_t rows);
+// look-up also registers numbers above 32 in the extended rows. Like the
+// upkeep below, it is made on the table's own class.
+template <class Table>
+uint32_t PrnWithRow(Table& table, uint32_t prn, uint32_t rows)
+{
+    const int32_t row = table.Table::SatIndexFromPRN(static_cast<int32_t>(prn));
+    return row >= 0 && row < static_cast<int32_t>(rows) ? prn : 0;
+}
 
 // Whether -E leaves a satellite out of the observation file. The mask acts
 // only with a receiver location: then a satellite with a usable ephemeris is
