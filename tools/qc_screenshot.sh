@@ -18,13 +18,7 @@ root="$(cd "$(dirname "$0")/.." && pwd)"
 out="${2:-$root/doc/qc-report.png}"
 width=1400
 
-browser=""
-for name in chromium chromium-browser; do
-    if command -v "$name" >/dev/null 2>&1; then
-        browser="$(command -v "$name")"
-        break
-    fi
-done
+browser="$(command -v chromium || command -v chromium-browser || true)"
 if [ -z "$browser" ]; then
     echo "$0: no Chromium installed (apt-get install chromium)" >&2
     exit 1

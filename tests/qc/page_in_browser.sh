@@ -17,13 +17,7 @@ qc="$1"
 log="$2"
 work="$3"
 
-browser=""
-for name in chromium chromium-browser; do
-    if command -v "$name" >/dev/null 2>&1; then
-        browser="$(command -v "$name")"
-        break
-    fi
-done
+browser="$(command -v chromium || command -v chromium-browser || true)"
 if [ -z "$browser" ]; then
     echo "SKIPPED: no Chromium installed (apt-get install chromium); the report page was not opened in a browser"
     exit 77
