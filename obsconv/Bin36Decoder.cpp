@@ -87,11 +87,16 @@ void OnBin36(const uint8_t* frame, SObsIntake& intake)
     const uint32_t count = PacketField(frame, kPacketCountShift);
     const uint32_t index = PacketField(frame, kPacketIndexShift);
     const bool lastPacket = count != 0 && index == count - 1;
+    // The intake's parts are taken once: a slot written in the loop could,
+    // for the compiler, be any of them.
+    SObsSlot* const slots = intake.m_Slots.m_aSlotBds[band];
+    CBeidouNavState& beidou = intake.m_Beidou;
+    const SMaskRule& mask = intake.m_Mask;
+    CEpochAssembly& assembly = intake.m_Assembly;
     for (uint32_t n = 0; n < kBin36Channels; ++n)
     {
-        SObsSlot& slot = intake.m_Slots.m_aSlotBds[band][n];
-        DecodeBin36Slot(slot, frame, intake.m_Beidou, intake.m_Mask);
-        intake.m_Assembly.AddBdsSlot(slot, lastPacket, band);
+        DecodeBin36Slot(slots[n], frame, beidou, mask);
+        assembly.AddBdsSlot(slots[n], lastPacket, band);
     }
 }
 

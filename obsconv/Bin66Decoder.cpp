@@ -79,12 +79,18 @@ SPackedRecord ChannelWords(const uint8_t* frame, uint32_t n, uint32_t signal)
 
 void OnBin66(const uint8_t* frame, SObsIntake& intake)
 {
+    // The intake's parts are taken once: a slot written in the loop could,
+    // for the compiler, be any of them.
     SObsSlots& slots = intake.m_Slots;
+    CGlonassNavState& glonass = intake.m_Glonass;
+    const CGlonassFrequencies& frequencies = intake.m_Frequencies;
+    const SMaskRule& mask = intake.m_Mask;
+    CEpochAssembly& assembly = intake.m_Assembly;
     for (uint32_t n = 0; n < kChannelsPerMessage; ++n)
     {
-        DecodeBin66Slot(slots.m_aSlotGloL1[n], frame, intake.m_Glonass, intake.m_Frequencies, intake.m_Mask);
-        DecodeBin66Slot(slots.m_aSlotGloL2[n], frame, intake.m_Glonass, intake.m_Frequencies, intake.m_Mask);
-        intake.m_Assembly.AddGloSlots(slots.m_aSlotGloL1[n], slots.m_aSlotGloL2[n]);
+        DecodeBin66Slot(slots.m_aSlotGloL1[n], frame, glonass, frequencies, mask);
+        DecodeBin66Slot(slots.m_aSlotGloL2[n], frame, glonass, frequencies, mask);
+        assembly.AddGloSlots(slots.m_aSlotGloL1[n], slots.m_aSlotGloL2[n]);
     }
 }
 

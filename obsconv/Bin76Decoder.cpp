@@ -114,20 +114,24 @@ uint32_t NumberSent(const SPackedRecord& words, uint32_t signal)
 void OnBin76(const uint8_t* frame, SObsIntake& intake)
 {
     intake.m_Assembly.FlushIfEpochChanged();
+    // The intake's parts are taken once: a slot written in the loop could,
+    // for the compiler, be any of them.
     SObsSlots& slots = intake.m_Slots;
     CGpsNavState& gps = intake.m_Gps;
+    const SMaskRule& mask = intake.m_Mask;
+    CEpochAssembly& assembly = intake.m_Assembly;
     for (uint32_t n = 0; n < kBin76DualChannels; ++n)
     {
-        DecodeBin76Slot(slots.m_aSlotGpsL1[n], frame, gps, intake.m_Mask);
-        DecodeBin76Slot(slots.m_aSlotGpsL2[n], frame, gps, intake.m_Mask);
-        DecodeBin76Slot(slots.m_aSlotGpsL1P[n], frame, gps, intake.m_Mask);
-        intake.m_Assembly.AddGpsSlots(slots.m_aSlotGpsL1[n], slots.m_aSlotGpsL2[n], slots.m_aSlotGpsL1P[n]);
+        DecodeBin76Slot(slots.m_aSlotGpsL1[n], frame, gps, mask);
+        DecodeBin76Slot(slots.m_aSlotGpsL2[n], frame, gps, mask);
+        DecodeBin76Slot(slots.m_aSlotGpsL1P[n], frame, gps, mask);
+        assembly.AddGpsSlots(slots.m_aSlotGpsL1[n], slots.m_aSlotGpsL2[n], slots.m_aSlotGpsL1P[n]);
     }
     // The channels without L2 and L1 P: their L2 and L1 P slots stay empty.
     for (uint32_t n = kBin76DualChannels; n < kBin76Channels; ++n)
     {
-        DecodeBin76Slot(slots.m_aSlotGpsL1[n], frame, gps, intake.m_Mask);
-        intake.m_Assembly.AddGpsL1Slot(slots.m_aSlotGpsL1[n]);
+        DecodeBin76Slot(slots.m_aSlotGpsL1[n], frame, gps, mask);
+        assembly.AddGpsL1Slot(slots.m_aSlotGpsL1[n]);
     }
 }
 
