@@ -267,7 +267,9 @@ void CWriteRinexObs::WriteEpochLine(const SObsEpoch& epoch)
     StampMarkerEpoch(line);
 }
 
-void CWriteRinexObs::WriteSatelliteLines(const SObsEpoch& epoch)
+// Runs once per epoch over every satellite: the value fields it appends are
+// inlined into it.
+[[gnu::flatten]] void CWriteRinexObs::WriteSatelliteLines(const SObsEpoch& epoch)
 {
     if (m_pFile == nullptr)
         return;
