@@ -134,6 +134,15 @@ void CEpochAssembly::NoRow(const SObsSlot& slot, ESystem system, uint32_t band)
         m_pListener->OnObservation(slot, system, band, 0, eFateNoRow);
 }
 
+void CEpochAssembly::AddFollowingSlot(SObsEntry* entries, const SObsSlot& slot, ESystem system)
+{
+    uint32_t row = 0;
+    if (TableRow(m_Gps, slot.m_uPRN, kSatRows, row))
+        AddToEntry(entries[row], slot, m_Gps, row, system);
+    else
+        NoRow(slot, system);
+}
+
 // The adders run for every observation: what they call is inlined into them.
 [[gnu::flatten]] void CEpochAssembly::AddGpsL1Slot(const SObsSlot& slot)
 {
@@ -153,17 +162,10 @@ void CEpochAssembly::NoRow(const SObsSlot& slot, ESystem system, uint32_t band)
 
     AddGpsL1Slot(l1);
 
-    // The second and third signals never open the epoch on their own.
-    uint32_t row = 0;
-    if (TableRow(m_Gps, l2.m_uPRN, kSatRows, row))
-        AddToEntry(m_Epoch.m_aGpsL2[row], l2, m_Gps, row, eSystemGps);
-    else
-        NoRow(l2, eSystemGps);
-    // Filled with or without -P1; only the writer's column depends on it.
-    if (TableRow(m_Gps, p.m_uPRN, kSatRows, row))
-        AddToEntry(m_Epoch.m_aGpsL1P[row], p, m_Gps, row, eSystemGps);
-    else
-        NoRow(p, eSystemGps);
+    // The second and third signals never open the epoch on their own. L1 P is
+    // filled with or without -P1; only the writer's column depends on it.
+    AddFollowingSlot(m_Epoch.m_aGpsL2, l2, eSystemGps);
+    AddFollowingSlot(m_Epoch.m_aGpsL1P, p, eSystemGps);
 }
 
 [[gnu::flatten]] void CEpochAssembly::AddGloSlots(const SObsSlot& l1, const SObsSlot& l2)
@@ -184,10 +186,7 @@ void CEpochAssembly::NoRow(const SObsSlot& slot, ESystem system, uint32_t band)
     {
         NoRow(l1, eSystemGlonass);
     }
-    if (TableRow(m_Gps, l2.m_uPRN, kSatRows, row))
-        AddToEntry(m_Epoch.m_aGloL2[row], l2, m_Gps, row, eSystemGlonass);
-    else
-        NoRow(l2, eSystemGlonass);
+    AddFollowingSlot(m_Epoch.m_aGloL2, l2, eSystemGlonass);
 }
 
 [[gnu::flatten]] void CEpochAssembly::AddBdsSlot(const SObsSlot& slot, bool lastPacket, uint32_t band)

@@ -75,6 +75,9 @@ private:
                     uint32_t band = 0);
     // A slot whose number has no row: only a listener hears of it.
     void NoRow(const SObsSlot& slot, ESystem system, uint32_t band = 0);
+    // A GPS or GLONASS signal that never opens the epoch on its own: its
+    // entry among `entries` (rows of the GPS numbering), or no row.
+    void AddFollowingSlot(SObsEntry* entries, const SObsSlot& slot, ESystem system);
     void LatchInterval();
 
     const CLogTime& m_LogTime;

@@ -106,12 +106,16 @@ void CQcLogFeed::OnObservation(const SObsSlot& slot, ESystem system, uint32_t ba
         HandOn();
     m_timePending = now;
     // Records that came before the log had a time arrive with its first one.
-    for (uint32_t system = 0; system < kNavSystems; ++system)
-        if (m_abNavBeforeTime[system] && now.m_uWeek != 0)
-        {
-            m_abNavBeforeTime[system] = false;
-            OnNavigationPass(static_cast<ESystem>(system));
-        }
+    if (m_bNavBeforeTime && now.m_uWeek != 0)
+    {
+        m_bNavBeforeTime = false;
+        for (uint32_t system = 0; system < kNavSystems; ++system)
+            if (m_abNavBeforeTime[system])
+            {
+                m_abNavBeforeTime[system] = false;
+                OnNavigationPass(static_cast<ESystem>(system));
+            }
+    }
 
     const uint32_t number = fate == eFateNoRow ? slot.m_uNumberInMessage : slot.m_uPRN;
     SPending pending{Observation(slot, system, band, number), system, slot.m_uSignal, band, row,
@@ -199,6 +203,7 @@ void CQcLogFeed::OnNavigationPass(ESystem system)
     if (now.m_uWeek == 0)
     {
         m_abNavBeforeTime[system] = true;
+        m_bNavBeforeTime = true;
         return;
     }
     if (system == eSystemGlonass)

@@ -51,6 +51,8 @@ private:
     static constexpr uint32_t kNoIssue = 0xFFFFFFFFu;
     static constexpr uint32_t kNavSystems = 3;
     uint32_t m_auIssue[kNavSystems][kMaxSatRows];
-    // A navigation pass came while the log had no time yet.
+    // A navigation pass came while the log had no time yet: per system, and
+    // for any, which is all each observation looks at.
     bool m_abNavBeforeTime[kNavSystems] = {};
+    bool m_bNavBeforeTime = false;
 };
